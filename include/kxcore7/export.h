@@ -1,0 +1,32 @@
+/*
+ * Linkage of the library's public face. Every exported function is plain C with flat arguments;
+ * everything not marked KX_API stays inside the library.
+ *
+ * KX_API      marks an exported function or data item.
+ * KX_METHOD   is the calling convention of the operations in a component's table; it differs
+ *             from the compiler's default on 32-bit Windows only.
+ */
+#ifndef KXCORE7_EXPORT_H
+#define KXCORE7_EXPORT_H
+
+#if defined(_WIN32)
+#if defined(KXCORE7_BUILDING)
+#define KX_API __declspec(dllexport)
+#else
+#define KX_API __declspec(dllimport)
+#endif
+#define KX_METHOD __stdcall
+#else
+#define KX_API __attribute__((visibility("default")))
+#define KX_METHOD
+#endif
+
+#if defined(__cplusplus)
+#define KX_EXTERN_C_BEGIN extern "C" {
+#define KX_EXTERN_C_END }
+#else
+#define KX_EXTERN_C_BEGIN
+#define KX_EXTERN_C_END
+#endif
+
+#endif

@@ -1,0 +1,30 @@
+/*
+ * The whole of kxcore7: one flat set of C functions for what programs need of the operating system,
+ * the same on Windows and on Linux. Each header below is one family and can be included alone.
+ *
+ * There is nothing to initialise: the library starts when it is loaded and stops when it is
+ * unloaded or the process ends. It starts no thread of its own.
+ */
+#ifndef KXCORE7_KXCORE7_H
+#define KXCORE7_KXCORE7_H
+
+#include "alert.h"
+#include "atomic.h"
+#include "bytes.h"
+#include "calendar.h"
+#include "component.h"
+#include "counter.h"
+#include "current.h"
+#include "export.h"
+#include "guid.h"
+#include "library.h"
+#include "lockstats.h"
+#include "memory.h"
+#include "module.h"
+#include "mutex.h"
+#include "registry.h"
+#include "result.h"
+#include "str.h"
+#include "types.h"
+
+#endif

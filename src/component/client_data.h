@@ -1,0 +1,20 @@
+// The client, which is the process as this library's user: the managers that serve it.
+#ifndef KXCORE7_SRC_COMPONENT_CLIENT_DATA_H
+#define KXCORE7_SRC_COMPONENT_CLIENT_DATA_H
+
+#include "component/factory_manager.h"
+#include "frame/ref_counted.h"
+#include "os/lib_manager.h"
+
+// Made and destroyed by the frame; its reference count is not used. The managers are constructed
+// in this order and destroyed in the reverse: cached factories go before what they rest on.
+class CKXClientData final : public CKXCoreRefCounted {
+  public:
+    CKXFactoryManager& Factories() { return m_factoryManager; }
+
+  private:
+    CKXLibManager m_libManager;
+    CKXFactoryManager m_factoryManager;
+};
+
+#endif

@@ -1,0 +1,13 @@
+#include "platform/system.h"
+
+namespace kx::platform {
+
+bool IsNtFamily() {
+    return true;
+}
+
+std::int16_t IsWow64Process() {
+    return 0;
+}
+
+}  // namespace kx::platform
