@@ -89,7 +89,10 @@ struct IKXClassFactory {
 
 #endif
 
-/* What a component library exports as "DllGetClassObject". */
+/*
+ * What a component library exports as "DllGetClassObject", extern "C" and KX_COMPONENT_EXPORT:
+ * stores the class's factory seen as iid, with a reference for the caller, or fails and stores null.
+ */
 typedef KXResult(KX_METHOD* KXGetClassObjectFunction)(const KXGUID* clsid, const KXGUID* iid,
                                                       void** out);
 
@@ -120,7 +123,8 @@ KX_API KXResult KXComGetClassObject(const KXGUID* clsid, const KXGUID* iid, void
 
 /*
  * A new object of the class, seen as iid; the caller owns a reference.
- * Failure: as KXComGetClassObject, or the code of the factory's CreateInstance.
+ * Failure: the codes of KXComGetClassObject, and *out is untouched; or the code of the factory's
+ * CreateInstance, and *out is what that made of it.
  */
 KX_API KXResult KXComCreateObject(const KXGUID* clsid, IKXUnknown* outer, const KXGUID* iid,
                                   void** out);

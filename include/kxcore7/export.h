@@ -3,6 +3,9 @@
  * everything not marked KX_API stays inside the library.
  *
  * KX_API      marks an exported function or data item.
+ * KX_COMPONENT_EXPORT
+ *             marks what a library of somebody else exports: a component library's
+ *             DllGetClassObject.
  * KX_METHOD   is the calling convention of the operations in a component's table; it differs
  *             from the compiler's default on 32-bit Windows only.
  */
@@ -15,9 +18,11 @@
 #else
 #define KX_API __declspec(dllimport)
 #endif
+#define KX_COMPONENT_EXPORT __declspec(dllexport)
 #define KX_METHOD __stdcall
 #else
 #define KX_API __attribute__((visibility("default")))
+#define KX_COMPONENT_EXPORT __attribute__((visibility("default")))
 #define KX_METHOD
 #endif
 

@@ -15,6 +15,7 @@
 #include "frame/startup.h"
 #include "locks/scoped_lock.h"
 
+using kx::core::Existing;
 using kx::core::g_data;
 using kx::core::Guarded;
 using kx::core::OwnModule;
@@ -112,7 +113,7 @@ void CKXFactoryManager::Flush() {
 KXResult KXComGetClassObject(const KXGUID* clsid, const KXGUID* iid, void** out) {
     *out = nullptr;
     return Guarded([&] {
-        *out = g_data.clientData->Factories().GetClassObject(*clsid, *iid);
+        *out = Existing(g_data.clientData).Factories().GetClassObject(*clsid, *iid);
         return KX_S_OK;
     });
 }
@@ -147,7 +148,7 @@ KXResult KXComCreateObjectByProgID(const char16_t* progId, IKXUnknown* outer, co
 
 KXResult KXComFlushFactoryCache() {
     return Guarded([] {
-        g_data.clientData->Factories().Flush();
+        Existing(g_data.clientData).Factories().Flush();
         return KX_S_OK;
     });
 }

@@ -6,6 +6,7 @@
 #include "frame/global_data.h"
 #include "locks/scoped_lock.h"
 
+using kx::core::Existing;
 using kx::core::g_data;
 using kx::core::Guarded;
 using kx::core::ScopedLock;
@@ -40,17 +41,18 @@ namespace {
 template <typename Call>
 KXResult OnBehalfOf(KXModuleID module, Call&& call) {
     return Guarded(
-        [&] { return g_data.moduleManager->Contains(module) ? call() : KX_CO_E_INIT_TLS; });
+        [&] { return Existing(g_data.moduleManager).Contains(module) ? call() : KX_CO_E_INIT_TLS; });
 }
 
 }  // namespace
 
 KXResult KXModuleSetInitialized(KXModuleID module, KXBool16 initialized) {
     return Guarded([&] {
+        CKXModuleManager& modules = Existing(g_data.moduleManager);
         if (initialized != 0) {
-            g_data.moduleManager->Insert(module);
+            modules.Insert(module);
         } else {
-            g_data.moduleManager->Erase(module);
+            modules.Erase(module);
         }
         return KX_S_OK;
     });

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 
+#include "frame/exception.h"
 #include "platform/clock.h"
 #include "platform/heap.h"
 #include "platform/registry.h"
@@ -52,6 +53,13 @@ struct CKXGlobalData {
 namespace kx::core {
 
 extern CKXGlobalData g_data;
+
+// The singleton for an export with a frame; KX_E_FAIL where start-up has not built it.
+template <typename Singleton>
+Singleton& Existing(Singleton* singleton) {
+    if (singleton == nullptr) throw EKXCoreException{KX_E_FAIL};
+    return *singleton;
+}
 
 }  // namespace kx::core
 

@@ -3,11 +3,13 @@
 #include <kxcore7/lockstats.h>
 #include <kxcore7/result.h>
 
+#include "frame/exception.h"
 #include "frame/global_data.h"
 #include "locks/scoped_lock.h"
 
 using kx::core::ScopedLock;
 
+// A failure here is not start-up's: it only means that locks with statistics can't be made.
 CKXLockStatManager::CKXLockStatManager() {
     KXMutexCreate("CKXLockStatManager::m_mutex", KX_MUTEX_NO_STATS, &m_mutex);
 }
@@ -18,10 +20,11 @@ CKXLockStatManager::~CKXLockStatManager() {
         RemoveLock(key.first, key.second);
         lock->DropReference();
     }
-    KXMutexDestroy(m_mutex);
+    if (m_mutex != KX_INVALID_HANDLE) KXMutexDestroy(m_mutex);
 }
 
 void CKXLockStatManager::AddLock(std::int32_t type, IMutex* lock) {
+    if (m_mutex == KX_INVALID_HANDLE) throw EKXCoreException{KX_E_FAIL};
     const ScopedLock guard(m_mutex);
     m_records.insert_or_assign(Key(type, lock), lock);
 }

@@ -1,0 +1,30 @@
+// The library as a program meets it: loaded, unloaded, and left at the end of a process.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <kxcore7/mutex.h>
+
+#include "support/child_process.h"
+
+// A copy of the library that this program is not linked to.
+TEST(Loading, TheLibraryMayComeAndGo) {
+    for (int round = 0; round < 3; ++round) {
+        void* const library = dlopen(KXTEST_LIBRARY_COPY, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(nullptr, library) << dlerror();
+        const auto create = reinterpret_cast<decltype(&KXMutexCreate)>(dlsym(library, "KXMutexCreate"));
+        const auto destroy =
+            reinterpret_cast<decltype(&KXMutexDestroy)>(dlsym(library, "KXMutexDestroy"));
+        ASSERT_NE(&KXMutexCreate, create);
+        KXMutexHandle mutex = 0;
+        EXPECT_EQ(0, create("m", KX_MUTEX_STATS, &mutex));
+        EXPECT_EQ(0, destroy(mutex));
+        EXPECT_EQ(0, dlclose(library));
+        EXPECT_EQ(nullptr, dlopen(KXTEST_LIBRARY_COPY, RTLD_NOW | RTLD_NOLOAD));
+    }
+}
+
+// The loader's order at the end of a process: a static object of the program may still call.
+TEST(Loading, StaticDestructorsOfTheProgramMayStillCall) {
+    kx::test::ChildProcess child(KXTEST_LATE_CALLER, {});
+    EXPECT_EQ("late call: 0", child.ReadLine());
+    EXPECT_EQ(0, child.Wait());
+}

@@ -1,0 +1,113 @@
+#include <kxcore7/library.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "support/results.h"
+#include "support/scratch_dir.h"
+
+using kx::test::ScratchDir;
+
+namespace {
+
+std::u16string Wide(const std::filesystem::path& path) { return path.u16string(); }
+
+const std::u16string kComponent = Wide(KXTEST_COMPONENT);
+
+KXResult Open(const std::u16string& path) {
+    KXLibraryHandle library = 77;
+    const KXResult result = KXLibOpen(path.c_str(), &library);
+    if (result < 0) {
+        EXPECT_EQ(KX_INVALID_HANDLE, library);
+    } else {
+        KXLibClose(library);
+    }
+    return result;
+}
+
+}  // namespace
+
+TEST(Library, OpensFindsAndCloses) {
+    KXLibraryHandle library = KX_INVALID_HANDLE;
+    void* symbol = nullptr;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(kComponent.c_str(), &library));
+    EXPECT_RESULT(KX_S_OK, KXLibGetSymbol(library, u"DllGetClassObject", &symbol));
+    EXPECT_NE(nullptr, symbol);
+    EXPECT_RESULT(KX_S_OK, KXLibClose(library));
+}
+
+TEST(Library, OpenedTwiceHasOneHandleAndNeedsTwoCloses) {
+    KXLibraryHandle first = 0;
+    KXLibraryHandle second = 0;
+    void* symbol = nullptr;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(kComponent.c_str(), &first));
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(kComponent.c_str(), &second));
+    EXPECT_EQ(first, second);
+    EXPECT_RESULT(KX_S_OK, KXLibClose(first));
+    EXPECT_RESULT(KX_S_OK, KXLibGetSymbol(second, u"DllGetClassObject", &symbol));
+    EXPECT_RESULT(KX_S_OK, KXLibClose(second));
+    EXPECT_RESULT(KX_E_HANDLE, KXLibClose(second)) << "it has been unloaded";
+}
+
+TEST(Library, MissingFileIsNotFound) {
+    const ScratchDir scratch;
+    EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Open(Wide(scratch / "none.so")));
+    EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Open(Wide(scratch / "none" / "none.so")));
+    EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Open(kComponent + u"/through-a-file.so"));
+    EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Open(u"kxtest-no-such-library.so"));
+    EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Open(u""));
+}
+
+TEST(Library, FileThatIsNoLibraryFails) {
+    const ScratchDir scratch;
+    for (const std::string content : {"", "no library", "\x7F"
+                                                        "ELF and then nothing"}) {
+        std::ofstream(scratch / "text.so") << content;
+        EXPECT_RESULT(KX_E_FAIL, Open(Wide(scratch / "text.so")));
+    }
+}
+
+TEST(Library, DirectoryIsRefused) {
+    const ScratchDir scratch;
+    EXPECT_RESULT(KX_E_ACCESSDENIED, Open(Wide(scratch.Path())));
+}
+
+TEST(Library, NameThatIsNoUtf8IsOpened) {
+    const ScratchDir scratch;
+    const std::u16string name = Wide(scratch.Path()) + u"/n\xDCFF.so";
+    std::filesystem::copy_file(KXTEST_COMPONENT, scratch.Path() / "n\xFF.so");
+    EXPECT_RESULT(KX_S_OK, Open(name));
+}
+
+TEST(Library, NameWithoutADirectoryIsSearchedFor) {
+    KXLibraryHandle library = KX_INVALID_HANDLE;
+    void* symbol = nullptr;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(u"libm.so.6", &library));
+    EXPECT_RESULT(KX_S_OK, KXLibGetSymbol(library, u"cos", &symbol));
+    EXPECT_RESULT(KX_S_OK, KXLibClose(library));
+}
+
+TEST(Library, MissingSymbolFailsAndStoresNull) {
+    KXLibraryHandle library = KX_INVALID_HANDLE;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(kComponent.c_str(), &library));
+    const char16_t lone[] = {char16_t(0xD800), 0};
+    for (const char16_t* const name : {u"NoSuchSymbol", u"", u"\u4E2D", lone}) {
+        void* symbol = &library;
+        EXPECT_RESULT(KX_E_FAIL, KXLibGetSymbol(library, name, &symbol));
+        EXPECT_EQ(nullptr, symbol);
+    }
+    KXLibClose(library);
+}
+
+TEST(Library, HandleThatIsNoLibraryIsBad) {
+    int other = 0;
+    for (const KXLibraryHandle handle :
+         {KXLibraryHandle{0}, KX_INVALID_HANDLE, KXLibraryHandle{4096},
+          reinterpret_cast<KXLibraryHandle>(&other)}) {
+        void* symbol = &other;
+        EXPECT_RESULT(KX_E_HANDLE, KXLibGetSymbol(handle, u"cos", &symbol));
+        EXPECT_EQ(nullptr, symbol);
+        EXPECT_RESULT(KX_E_HANDLE, KXLibClose(handle));
+    }
+}

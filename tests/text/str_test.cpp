@@ -1,0 +1,94 @@
+#include <gtest/gtest.h>
+#include <kxcore7/str.h>
+
+#include <algorithm>
+#include <clocale>
+#include <memory>
+#include <string>
+
+namespace {
+
+class InLocale final {
+  public:
+    explicit InLocale(const char* name) : m_before(std::setlocale(LC_ALL, nullptr)) {
+        EXPECT_NE(nullptr, std::setlocale(LC_ALL, name)) << name;
+    }
+    ~InLocale() { std::setlocale(LC_ALL, m_before.c_str()); }
+    InLocale(const InLocale&) = delete;
+    InLocale& operator=(const InLocale&) = delete;
+
+  private:
+    const std::string m_before;
+};
+
+constexpr size_t kFailed = ~size_t{0};
+
+}  // namespace
+
+TEST(Str, LenWCountsUnits) {
+    EXPECT_EQ(0u, KXStrLenW(u""));
+    EXPECT_EQ(3u, KXStrLenW(u"abc"));
+    EXPECT_EQ(2u, KXStrLenW(u"\U0001F600"));
+}
+
+TEST(Str, NCpyWPadsAndDoesNotTerminate) {
+    char16_t buffer[8];
+    std::fill(buffer, buffer + 8, u'#');
+    EXPECT_EQ(buffer, KXStrNCpyW(buffer, u"ab", 5));
+    EXPECT_EQ(std::u16string(u"ab\0\0\0###", 8), std::u16string(buffer, 8));
+    std::fill(buffer, buffer + 8, u'#');
+    KXStrNCpyW(buffer, u"abcdef", 3);
+    EXPECT_EQ(std::u16string(u"abc#####"), std::u16string(buffer, 8));
+    KXStrNCpyW(buffer, u"x", 0);
+    EXPECT_EQ(u'a', buffer[0]);
+}
+
+TEST(Str, AnsiToUnicodeCopiesAsciiAndTerminatesWhereItFits) {
+    char16_t buffer[8];
+    for (size_t count = 0; count < 8; ++count) {
+        std::fill(buffer, buffer + 8, u'#');
+        EXPECT_EQ(std::min<size_t>(count, 4), KXAnsiToUnicode(buffer, "abcd", count)) << count;
+        std::u16string expected = std::u16string(u"abcd\0", 5).substr(0, count);
+        expected.resize(8, u'#');
+        EXPECT_EQ(expected, std::u16string(buffer, 8)) << count;
+    }
+}
+
+TEST(Str, AnsiToUnicodeReadsNothingBehindTheCount) {
+    const auto source = std::make_unique<char[]>(3);
+    std::copy_n("abc", 3, source.get());
+    char16_t buffer[4];
+    EXPECT_EQ(3u, KXAnsiToUnicode(buffer, source.get(), 3));
+}
+
+TEST(Str, AnsiToUnicodeConvertsInTheLocale) {
+    const InLocale locale("C.UTF-8");
+    char16_t buffer[16];
+    const char text[] = "ab\xC3\xA9\xF0\x9F\x98\x80z";
+    EXPECT_EQ(6u, KXAnsiToUnicode(buffer, text, 16));
+    EXPECT_EQ(std::u16string(u"ab\u00E9\U0001F600z"), buffer);
+    EXPECT_EQ(6u, KXAnsiToUnicode(nullptr, text, 0)) << "the query ignores the count";
+    EXPECT_EQ(3u, KXAnsiToUnicode(buffer, text, 4)) << "a pair is written whole or not at all";
+    EXPECT_EQ(5u, KXAnsiToUnicode(buffer, text, 5));
+}
+
+TEST(Str, AnsiToUnicodeOfBadTextGivesOneLessThanItsAsciiPrefix) {
+    const InLocale locale("C.UTF-8");
+    char16_t buffer[16];
+    EXPECT_EQ(1u, KXAnsiToUnicode(buffer, "ab\xFFz", 16));
+    EXPECT_EQ(1u, KXAnsiToUnicode(nullptr, "ab\xFFz", 0));
+    EXPECT_EQ(kFailed, KXAnsiToUnicode(buffer, "\xFF", 16));
+    EXPECT_EQ(kFailed, KXAnsiToUnicode(nullptr, "\xFF", 0));
+}
+
+TEST(Str, AnsiToUnicodeOfAsciiIsTheSameInEveryLocale) {
+    std::string ascii;
+    for (char byte = 1; byte < 0x7F; ++byte) ascii += byte;
+    for (const char* const name : {"C", "C.UTF-8"}) {
+        const InLocale locale(name);
+        EXPECT_EQ(ascii.size(), KXAnsiToUnicode(nullptr, ascii.c_str(), 0));
+        std::u16string wide(ascii.size(), u'\0');
+        KXAnsiToUnicode(wide.data(), ascii.c_str(), wide.size());
+        EXPECT_EQ(std::u16string(ascii.begin(), ascii.end()), wide);
+    }
+}
