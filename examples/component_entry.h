@@ -7,20 +7,14 @@
 
 #include <kxcore7/component.h>
 
-#if defined(_WIN32)
-#define COMPONENT_EXPORT __declspec(dllexport)
-#else
-#define COMPONENT_EXPORT __attribute__((visibility("default")))
-#endif
-
 KX_EXTERN_C_BEGIN
 
 /*
  * The factory of a class, seen as iid; the caller owns a reference.
  * Failure stores null: KX_REGDB_E_CLASSNOTREG: the class is not in this library.
  */
-COMPONENT_EXPORT KXResult KX_METHOD DllGetClassObject(const KXGUID* clsid, const KXGUID* iid,
-                                                      void** out);
+KX_COMPONENT_EXPORT KXResult KX_METHOD DllGetClassObject(const KXGUID* clsid, const KXGUID* iid,
+                                                         void** out);
 
 KX_EXTERN_C_END
 

@@ -91,7 +91,8 @@ struct IKXClassFactory {
 
 /*
  * What a component library exports as "DllGetClassObject", extern "C" and KX_COMPONENT_EXPORT:
- * stores the class's factory seen as iid, with a reference for the caller, or fails and stores null.
+ * stores the class's factory seen as iid, with a reference for the caller, or fails and stores
+ * null.
  */
 typedef KXResult(KX_METHOD* KXGetClassObjectFunction)(const KXGUID* clsid, const KXGUID* iid,
                                                       void** out);

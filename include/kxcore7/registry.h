@@ -26,8 +26,9 @@
 #define KX_REG_QWORD 2u     /* 64-bit number; can be read, but not written */
 #define KX_REG_BINARY 3u    /* bytes */
 #define KX_REG_EXPAND_SZ 4u /* text with %NAME% variables; can be written, reads as KX_REG_SZ */
-#define KX_REG_MULTI_SZ 5u  /* texts one behind the other, each with its terminator, and one more \
-                             */
+#define KX_REG_MULTI_SZ                                                      \
+    5u /* texts one behind the other, each with its terminator, and one more \
+        */
 
 /* Stores. The functions below always use the native one. */
 #define KX_REGISTRY_NATIVE 0u

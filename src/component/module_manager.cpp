@@ -40,8 +40,9 @@ namespace {
 // that leaves in between does not stop a call that has passed.
 template <typename Call>
 KXResult OnBehalfOf(KXModuleID module, Call&& call) {
-    return Guarded(
-        [&] { return Existing(g_data.moduleManager).Contains(module) ? call() : KX_CO_E_INIT_TLS; });
+    return Guarded([&] {
+        return Existing(g_data.moduleManager).Contains(module) ? call() : KX_CO_E_INIT_TLS;
+    });
 }
 
 }  // namespace

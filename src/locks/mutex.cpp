@@ -196,8 +196,8 @@ KXResult KXMutexCreate(const char* name, uint32_t flags, KXMutexHandle* out) {
     *out = KX_INVALID_HANDLE;
     return core::Guarded([&] {
         IMutex* created = nullptr;
-        core::ThrowIfFailed(
-            core::Existing(core::g_data.mutexProvider).CreateMutex(name != nullptr ? name : "", flags, &created));
+        core::ThrowIfFailed(core::Existing(core::g_data.mutexProvider)
+                                .CreateMutex(name != nullptr ? name : "", flags, &created));
         auto mutex = core::Ref<IMutex>::Adopt(created);
         if ((mutex->GetFlags() & KX_MUTEX_STATS) != 0) {
             core::Existing(core::g_data.lockStatManager).AddLock(kLiveLock, mutex.Get());
@@ -214,7 +214,8 @@ KXResult KXMutexDestroy(KXMutexHandle handle) {
         // A reset that falls between the two steps of the change may drop the list's reference:
         // this one keeps the object for the second step.
         const core::Ref<IMutex> alive(mutex);
-        core::Existing(core::g_data.lockStatManager).ChangeLockType(kDestroyedLock, kLiveLock, mutex);
+        core::Existing(core::g_data.lockStatManager)
+            .ChangeLockType(kDestroyedLock, kLiveLock, mutex);
         return KX_S_OK;
     });
 }

@@ -32,7 +32,9 @@ static KXResult KX_METHOD CreateInstance(IKXClassFactory* self, IKXUnknown* oute
 static const IKXClassFactoryTable kTable = {QueryInterface, AddRef, Release, CreateInstance};
 static IKXClassFactory g_object = {&kTable};
 
-void* KxTestCObject(void) { return &g_object; }
+void* KxTestCObject(void) {
+    return &g_object;
+}
 
 /* Whether each operation of a C++ object is found at its place. */
 int KxTestCallFromC(void* object) {

@@ -229,8 +229,8 @@ TEST_F(ClassFactory, ProgIDIsReadInEveryFormOfAnIdentifier) {
         EXPECT_RESULT(KX_S_OK, KXComClassIDFromProgID(u"KxTest.Thing.1", &clsid));
         EXPECT_EQ(1, KXComIsEqualGUID(&kGoodClass, &clsid));
         void* object = nullptr;
-        EXPECT_RESULT(KX_S_OK, KXComCreateObjectByProgID(u"KxTest.Thing.1", nullptr, &kUnknown,
-                                                         &object));
+        EXPECT_RESULT(KX_S_OK,
+                      KXComCreateObjectByProgID(u"KxTest.Thing.1", nullptr, &kUnknown, &object));
         IKXUnknown_Release(static_cast<IKXUnknown*>(object));
     }
     KXRegistryDeleteKey(KX_HKEY_CLASSES, u"KxTest.Thing.1");
@@ -279,8 +279,7 @@ TEST_F(Module, ThatNeverAnnouncedItselfIsRefusedAndNoOutputIsTouched) {
 TEST_F(Module, ThatAnnouncedItselfIsServed) {
     EXPECT_RESULT(KX_S_OK, KXModuleSetInitialized(kModule, 1));
     void* out = nullptr;
-    EXPECT_RESULT(KX_S_OK,
-                  KXModuleComCreateObject(kModule, &kGoodClass, nullptr, &kUnknown, &out));
+    EXPECT_RESULT(KX_S_OK, KXModuleComCreateObject(kModule, &kGoodClass, nullptr, &kUnknown, &out));
     IKXUnknown_Release(static_cast<IKXUnknown*>(out));
     EXPECT_RESULT(KX_S_OK, KXModuleComGetClassObject(kModule, &kGoodClass, &kUnknown, &out));
     IKXUnknown_Release(static_cast<IKXUnknown*>(out));

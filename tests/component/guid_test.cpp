@@ -20,7 +20,9 @@ KXResult Parse(const std::u16string& text, KXGUID* guid) {
     return KXComGUIDFromString(text.c_str(), guid);
 }
 
-bool Equal(const KXGUID& a, const KXGUID& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool Equal(const KXGUID& a, const KXGUID& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
 
 }  // namespace
 
@@ -47,14 +49,15 @@ TEST(Guid, WhatFollowsTheBodyIsNotExamined) {
 
 TEST(Guid, OtherTextIsRefusedAndTheOutputUntouched) {
     for (const char16_t* const text :
-         {u"", u"{", u"12345678-1234-1234-1234-12345678901",     // 35
-          u"{12345678-1234-1234-1234-123456789012",              // 37 with a brace
-          u"{12345678-1234-1234-1234-123456789012-",             // 38, no closing brace
-          u"{12345678-1234-1234-1234-12345678901}x",             // brace one too early
+         {u"", u"{", u"12345678-1234-1234-1234-12345678901",  // 35
+          u"{12345678-1234-1234-1234-123456789012",           // 37 with a brace
+          u"{12345678-1234-1234-1234-123456789012-",          // 38, no closing brace
+          u"{12345678-1234-1234-1234-12345678901}x",          // brace one too early
           u"12345678_1234-1234-1234-123456789012", u"1234567g-1234-1234-1234-123456789012",
           u"12345678-1234-1234-1234-12345678901g", u"12345678-1234-1234-12341-23456789012",
           u"123456781234-1234-1234-1234-56789012", u"1234-5678-1234-1234-1234-123456789012",
-          u"\uFF11\uFF12345678-1234-1234-1234-123456789012", u" 12345678-1234-1234-1234-12345678901"}) {
+          u"\uFF11\uFF12345678-1234-1234-1234-123456789012",
+          u" 12345678-1234-1234-1234-12345678901"}) {
         KXGUID guid;
         EXPECT_RESULT(KX_E_INVALIDARG, Parse(text, &guid));
         EXPECT_TRUE(Equal(kNone, guid));

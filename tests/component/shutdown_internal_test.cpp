@@ -66,8 +66,8 @@ TEST_F(CachedClass, RequestOutOfMemoryIsReportedAndLeavesTheManagerUsable) {
         }
         if (result == KX_S_OK) break;
         ++failures;
-        EXPECT_TRUE(result == KX_E_OUTOFMEMORY || result == KX_REGDB_E_CLASSNOTREG) << Hex(result)
-            << ": every failure to read the registration says that there is none";
+        EXPECT_TRUE(result == KX_E_OUTOFMEMORY || result == KX_REGDB_E_CLASSNOTREG)
+            << Hex(result) << ": every failure to read the registration says that there is none";
     }
     EXPECT_GT(failures, 2);
     EXPECT_RESULT(KX_S_OK, KXComFlushFactoryCache());

@@ -2,4 +2,6 @@
 #include <kxcore7/export.h>
 
 KX_COMPONENT_EXPORT int SomethingElse(void);
-int SomethingElse(void) { return 1; }
+int SomethingElse(void) {
+    return 1;
+}

@@ -16,7 +16,9 @@ ComponentLog& Log() {
                : unread;
 }
 
-bool Is(const KXGUID& a, const KXGUID& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool Is(const KXGUID& a, const KXGUID& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
 
 // Tells of the library's load and unload.
 const struct Presence {

@@ -25,11 +25,11 @@ constexpr KXGUID ClassId(std::uint32_t number) {
 }
 
 inline constexpr KXGUID kGoodClass = ClassId(1);
-inline constexpr KXGUID kRefusedClass = ClassId(2);        // DllGetClassObject: kRefusal
-inline constexpr KXGUID kBarrenClass = ClassId(3);         // CreateInstance: kBarren
-inline constexpr KXGUID kReEntrantClass = ClassId(4);      // asks for the good class meanwhile
-inline constexpr KXGUID kSelfEntrantClass = ClassId(5);    // asks for itself meanwhile, once
-inline constexpr KXGUID kFlushingClass = ClassId(6);       // comes back when its factory goes
+inline constexpr KXGUID kRefusedClass = ClassId(2);      // DllGetClassObject: kRefusal
+inline constexpr KXGUID kBarrenClass = ClassId(3);       // CreateInstance: kBarren
+inline constexpr KXGUID kReEntrantClass = ClassId(4);    // asks for the good class meanwhile
+inline constexpr KXGUID kSelfEntrantClass = ClassId(5);  // asks for itself meanwhile, once
+inline constexpr KXGUID kFlushingClass = ClassId(6);     // comes back when its factory goes
 inline constexpr KXGUID kUnknownInterface = ClassId(99);
 inline constexpr KXGUID kUnknown = KX_IID_UNKNOWN;
 inline constexpr KXGUID kClassFactory = KX_IID_CLASS_FACTORY;

@@ -291,8 +291,7 @@ TEST_F(StartedAlertSeam, TracesOfTwoThreadsStayTogether) {
 TEST_F(StartedAlertSeam, FailedChecksOfAMutexAlertWithTheirTexts) {
     KXErrorAlertSetMethod(KX_ALERT_EVENTLOG);
     KXMutexHandle mutex = KX_INVALID_HANDLE;
-    ASSERT_RESULT(KX_S_OK,
-                  KXMutexCreate("m", KX_MUTEX_CHECKED | KX_MUTEX_NON_RECURSIVE, &mutex));
+    ASSERT_RESULT(KX_S_OK, KXMutexCreate("m", KX_MUTEX_CHECKED | KX_MUTEX_NON_RECURSIVE, &mutex));
     EXPECT_RESULT(KX_E_FAIL, KXMutexRelease(mutex));
     KXMutexAcquire(mutex);
     EXPECT_RESULT(KX_E_FAIL, KXMutexAcquire(mutex));

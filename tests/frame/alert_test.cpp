@@ -63,7 +63,9 @@ class ChildOnATerminal final {
 
 constexpr char kPrompt[] = "(a)bort, (r)etry or (i)gnore? ";
 
-void Ask() { KXErrorAlert(KX_ALERT_DIALOG, u"Gr\u00FC\u00DFe", u"Tank %d is leaking", 3); }
+void Ask() {
+    KXErrorAlert(KX_ALERT_DIALOG, u"Gr\u00FC\u00DFe", u"Tank %d is leaking", 3);
+}
 
 }  // namespace
 

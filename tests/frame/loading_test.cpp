@@ -10,7 +10,8 @@ TEST(Loading, TheLibraryMayComeAndGo) {
     for (int round = 0; round < 3; ++round) {
         void* const library = dlopen(KXTEST_LIBRARY_COPY, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(nullptr, library) << dlerror();
-        const auto create = reinterpret_cast<decltype(&KXMutexCreate)>(dlsym(library, "KXMutexCreate"));
+        const auto create =
+            reinterpret_cast<decltype(&KXMutexCreate)>(dlsym(library, "KXMutexCreate"));
         const auto destroy =
             reinterpret_cast<decltype(&KXMutexDestroy)>(dlsym(library, "KXMutexDestroy"));
         ASSERT_NE(&KXMutexCreate, create);

@@ -133,7 +133,9 @@ TEST(Memory, SizeCoversWhatWasAskedFor) {
     EXPECT_EQ(0u, KXMallocSize(nullptr));
 }
 
-TEST(Memory, FreeAcceptsNull) { EXPECT_RESULT(KX_S_OK, KXFree(nullptr)); }
+TEST(Memory, FreeAcceptsNull) {
+    EXPECT_RESULT(KX_S_OK, KXFree(nullptr));
+}
 
 TEST(Memory, AlignedSizeRoundsUpToFourAndWraps) {
     EXPECT_EQ(0u, KXGetAlignedSize(0));

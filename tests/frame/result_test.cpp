@@ -7,9 +7,8 @@ TEST(Result, MapsEachListedNativeError) {
         std::uint32_t native;
         std::uint32_t result;
     } kTable[] = {
-        {0, 0},           {2, 0x80070002},    {3, 0x80070002},    {5, 0x80070005},
-        {32, 0x80070005}, {6, 0x80070006},    {14, 0x8007000E},   {183, 0x800700B7},
-        {258, 0x800705B4},
+        {0, 0},          {2, 0x80070002},  {3, 0x80070002},   {5, 0x80070005},   {32, 0x80070005},
+        {6, 0x80070006}, {14, 0x8007000E}, {183, 0x800700B7}, {258, 0x800705B4},
     };
     for (const auto& row : kTable) {
         EXPECT_RESULT(row.result, KXResultFromNative(row.native)) << row.native;

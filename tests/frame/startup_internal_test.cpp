@@ -117,8 +117,12 @@ TEST_F(Startup, OutOfMemoryEndsItWithThatCodeAndKeepsWhatWasBuilt) {
 
 namespace {
 
-KXResult FailingHook() { return KX_E_ABORT; }
-KXResult PassingHook() { return KX_ERROR_TIMEOUT & 0x7FFFFFFF; }
+KXResult FailingHook() {
+    return KX_E_ABORT;
+}
+KXResult PassingHook() {
+    return KX_ERROR_TIMEOUT & 0x7FFFFFFF;
+}
 
 }  // namespace
 

@@ -19,7 +19,9 @@ KXMutexHandle Create(std::uint32_t flags, const char* name = "name") {
     return handle;
 }
 
-IMutex* ObjectOf(KXMutexHandle handle) { return reinterpret_cast<IMutex*>(handle); }
+IMutex* ObjectOf(KXMutexHandle handle) {
+    return reinterpret_cast<IMutex*>(handle);
+}
 
 bool IsChecked(KXMutexHandle handle) {
     return dynamic_cast<CKXCoreMutexChecked*>(ObjectOf(handle)) != nullptr;
@@ -47,8 +49,7 @@ TEST(MutexObject, ChecksOrStatisticsChooseTheCheckedClass) {
         const KXMutexHandle mutex = Create(row.flags);
         EXPECT_EQ(row.checked, IsChecked(mutex)) << row.flags;
         EXPECT_EQ(row.effective, ObjectOf(mutex)->GetFlags());
-        EXPECT_EQ((row.flags & KX_MUTEX_NO_STATS) != 0 ? 1u : 0u,
-                  ObjectOf(mutex)->IsStatsExempt());
+        EXPECT_EQ((row.flags & KX_MUTEX_NO_STATS) != 0 ? 1u : 0u, ObjectOf(mutex)->IsStatsExempt());
         KXMutexDestroy(mutex);
     }
     KXResetLockStats();

@@ -164,7 +164,9 @@ TEST(Mutex, EveryOwnershipClaimHoldsWithoutChecks) {
     }
 }
 
-TEST(Mutex, NullNameIsAccepted) { const Mutex mutex(0, nullptr); }
+TEST(Mutex, NullNameIsAccepted) {
+    const Mutex mutex(0, nullptr);
+}
 
 TEST(Mutex, OSMutexIsOneAddressOfItsOwn) {
     const Mutex one(0);

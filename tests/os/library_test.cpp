@@ -11,7 +11,9 @@ using kx::test::ScratchDir;
 
 namespace {
 
-std::u16string Wide(const std::filesystem::path& path) { return path.u16string(); }
+std::u16string Wide(const std::filesystem::path& path) {
+    return path.u16string();
+}
 
 const std::u16string kComponent = Wide(KXTEST_COMPONENT);
 
@@ -61,8 +63,9 @@ TEST(Library, MissingFileIsNotFound) {
 
 TEST(Library, FileThatIsNoLibraryFails) {
     const ScratchDir scratch;
-    for (const std::string content : {"", "no library", "\x7F"
-                                                        "ELF and then nothing"}) {
+    for (const std::string content : {"", "no library",
+                                      "\x7F"
+                                      "ELF and then nothing"}) {
         std::ofstream(scratch / "text.so") << content;
         EXPECT_RESULT(KX_E_FAIL, Open(Wide(scratch / "text.so")));
     }

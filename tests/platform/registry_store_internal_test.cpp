@@ -118,8 +118,9 @@ TEST_F(RegistryStore, AnEmptyFileBecomesAStore) {
 }
 
 TEST_F(RegistryStore, AFileThatIsNoDatabaseIsRefusedAndLeft) {
-    WriteFile("This is a letter to a friend, and longer than the header of a database has to be. "
-              "It has nothing to do with keys and values.");
+    WriteFile(
+        "This is a letter to a friend, and longer than the header of a database has to be. "
+        "It has nothing to do with keys and values.");
     ExpectUnusable(KX_E_FAIL, KX_E_FAIL);
 }
 
@@ -174,8 +175,8 @@ TEST_F(RegistryStore, WithoutPermissionToWriteIsReadAndWritesAreDenied) {
     CloseRegistry();
     using std::filesystem::perms;
     for (const auto& file : std::filesystem::directory_iterator(m_registry.Directory().Path())) {
-        std::filesystem::permissions(
-            file, perms::owner_read | perms::group_read | perms::others_read);
+        std::filesystem::permissions(file,
+                                     perms::owner_read | perms::group_read | perms::others_read);
     }
     const perms readable = perms::owner_read | perms::owner_exec | perms::others_read |
                            perms::others_exec | perms::group_read | perms::group_exec;
@@ -202,7 +203,8 @@ TEST_F(RegistryStore, WithoutAVariableIsUnderTheUsersData) {
         CloseRegistry();
     }
     const ScopedEnvironment homeVariable("HOME", home);
-    for (const auto& data : {std::optional<std::string>("relative"), std::optional<std::string>()}) {
+    for (const auto& data :
+         {std::optional<std::string>("relative"), std::optional<std::string>()}) {
         const ScopedEnvironment variable("XDG_DATA_HOME", data);
         EXPECT_RESULT(KX_S_OK, Set());
         EXPECT_TRUE(std::filesystem::exists(home + "/.local/share/kxcore7/user.db"));

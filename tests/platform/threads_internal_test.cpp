@@ -10,7 +10,9 @@
 
 using namespace kx::platform;
 
-TEST(Threads, TheIdIsTheKernels) { EXPECT_EQ(static_cast<std::uint32_t>(gettid()), CurrentThreadId()); }
+TEST(Threads, TheIdIsTheKernels) {
+    EXPECT_EQ(static_cast<std::uint32_t>(gettid()), CurrentThreadId());
+}
 
 TEST(Threads, TheChildOfAForkHasItsOwnId) {
     CurrentThreadId();

@@ -79,7 +79,8 @@ TEST(RegistryProcesses, ThreadsReadAndWriteAtOnce) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i] {
-            const std::u16string key = u"Threads\\" + std::u16string(1, static_cast<char16_t>(u'a' + i));
+            const std::u16string key =
+                u"Threads\\" + std::u16string(1, static_cast<char16_t>(u'a' + i));
             for (int round = 0; round < 50; ++round) {
                 const std::u16string text(static_cast<std::size_t>(round), u'x');
                 EXPECT_RESULT(KX_S_OK, SetText(KX_HKEY_USER, key, u"v", text));

@@ -14,9 +14,9 @@ using namespace kx::test;
 namespace {
 
 constexpr std::uint32_t kBadRoot = 5;
-constexpr std::uint32_t kAllRoots[] = {KX_HKEY_CLASSES,    KX_HKEY_CONFIG, KX_HKEY_USER,
-                                       KX_HKEY_CLASSES_64, KX_HKEY_CONFIG_64,
-                                       0x80000000u,        0x80000001u,    0x80000002u};
+constexpr std::uint32_t kAllRoots[] = {KX_HKEY_CLASSES,    KX_HKEY_CONFIG,    KX_HKEY_USER,
+                                       KX_HKEY_CLASSES_64, KX_HKEY_CONFIG_64, 0x80000000u,
+                                       0x80000001u,        0x80000002u};
 
 // Each test has a key of its own and removes it.
 class Registry : public ::testing::Test {
@@ -35,7 +35,8 @@ std::vector<std::u16string> KeyNames(std::uint32_t root, const std::u16string& k
     KXRegistryEnumHandle walk = 0;
     EXPECT_RESULT(KX_S_OK, KXRegistryOpenKeyEnum(root, key.c_str(), &walk));
     char16_t name[256];
-    for (std::uint32_t length = 256; KXRegistryEnumNextKey(walk, name, &length) == 0; length = 256) {
+    for (std::uint32_t length = 256; KXRegistryEnumNextKey(walk, name, &length) == 0;
+         length = 256) {
         EXPECT_EQ(u'\0', name[length]);
         names.emplace_back(name, length);
     }
@@ -382,8 +383,8 @@ TEST_F(Registry, BackslashesSeparateComponents) {
     EXPECT_EQ(u"text", GetText(kRoot, Under(u"a\\\\b\\"), u"v"));
     char16_t data[8];
     std::uint32_t bytes = sizeof data;
-    EXPECT_RESULT(KX_E_FAIL, KXRegistryGetValue(kRoot, u"\\KxTest\\a\\b", u"v", nullptr, data,
-                                                &bytes))
+    EXPECT_RESULT(KX_E_FAIL,
+                  KXRegistryGetValue(kRoot, u"\\KxTest\\a\\b", u"v", nullptr, data, &bytes))
         << "a path does not begin with one";
     EXPECT_RESULT(KX_E_FAIL, SetText(kRoot, u"\\KxTest", u"v", u"text"));
 }
@@ -559,7 +560,9 @@ TEST_F(Registry, LongWalkStaysQuick) {
     EXPECT_EQ(static_cast<std::size_t>(kEntries), Values(kRoot, kKey).size());
 }
 
-TEST_F(Registry, CloseOfNoWalkIsAccepted) { EXPECT_RESULT(KX_S_OK, KXRegistryCloseEnum(0)); }
+TEST_F(Registry, CloseOfNoWalkIsAccepted) {
+    EXPECT_RESULT(KX_S_OK, KXRegistryCloseEnum(0));
+}
 
 TEST_F(Registry, RootItselfHoldsValuesToo) {
     EXPECT_RESULT(KX_S_OK, SetText(KX_HKEY_CONFIG, u"", u"KxTestValue", u"text"));

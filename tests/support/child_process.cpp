@@ -14,7 +14,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     std::vector<char*> words{const_cast<char*>(program.c_str())};
-    for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
+    for (const std::string& argument : arguments)
+        words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -44,7 +45,9 @@ std::string ChildProcess::ReadLine() {
     return line;
 }
 
-void ChildProcess::Kill() { kill(m_process, SIGKILL); }
+void ChildProcess::Kill() {
+    kill(m_process, SIGKILL);
+}
 
 int ChildProcess::Wait() {
     int status = 0;

@@ -15,7 +15,8 @@ class ChildProcess final {
     ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
     ~ChildProcess();
     ChildProcess(ChildProcess&& other) noexcept
-        : m_process(std::exchange(other.m_process, -1)), m_output(std::exchange(other.m_output, -1)) {}
+        : m_process(std::exchange(other.m_process, -1)),
+          m_output(std::exchange(other.m_output, -1)) {}
     ChildProcess& operator=(ChildProcess&&) = delete;
 
     // A line of the child's output without its end; empty at the end of it.

@@ -12,8 +12,12 @@ thread_local int t_allowed = kUnlimited;
 
 namespace kx::test {
 
-FailingNew::FailingNew(int allowed) { t_allowed = allowed; }
-FailingNew::~FailingNew() { t_allowed = kUnlimited; }
+FailingNew::FailingNew(int allowed) {
+    t_allowed = allowed;
+}
+FailingNew::~FailingNew() {
+    t_allowed = kUnlimited;
+}
 
 }  // namespace kx::test
 
@@ -24,5 +28,9 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}

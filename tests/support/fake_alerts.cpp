@@ -15,9 +15,13 @@ std::uint32_t CurrentSession() {
     return g_alerts.currentSession;
 }
 
-std::optional<std::uint32_t> ConsoleSession() { return g_alerts.consoleSession; }
+std::optional<std::uint32_t> ConsoleSession() {
+    return g_alerts.consoleSession;
+}
 
-bool SessionZeroIsHidden() { return g_alerts.sessionZeroIsHidden; }
+bool SessionZeroIsHidden() {
+    return g_alerts.sessionZeroIsHidden;
+}
 
 std::uint32_t AskPerson(std::uint32_t session, const char16_t* title, const char16_t* text) {
     g_alerts.order.emplace_back("ask");

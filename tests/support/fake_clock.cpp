@@ -20,15 +20,21 @@ bool PerformanceFrequency(std::int64_t* ticksPerSecond) noexcept {
     return g_clock.hasPerformanceCounter;
 }
 
-std::uint32_t TickCount() noexcept { return g_clock.tickCount; }
+std::uint32_t TickCount() noexcept {
+    return g_clock.tickCount;
+}
 
 SystemClock PreciseSystemClock() noexcept {
     return [] { return g_clock.systemTime; };
 }
 
-void LocalTime(KXTimeRecord* out) noexcept { *out = g_clock.localTime; }
+void LocalTime(KXTimeRecord* out) noexcept {
+    *out = g_clock.localTime;
+}
 
-void SystemTime(KXTimeRecord* out) noexcept { *out = g_clock.utcTime; }
+void SystemTime(KXTimeRecord* out) noexcept {
+    *out = g_clock.utcTime;
+}
 
 NativeError QueryZone(Zone* out) noexcept {
     if (g_clock.zoneError == 0) *out = g_clock.zone;

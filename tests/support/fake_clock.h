@@ -19,9 +19,9 @@ struct FakeClock {
     KXTimeRecord localTime{};
     KXTimeRecord utcTime{};
     bool localTimeFails = false;
-    std::tm brokenDown{};          // what LocalTimeFromPosix answers
-    std::tm asked{};               // what PosixFromLocalTime was given
-    std::int32_t posixTime = 0;    // what it answers
+    std::tm brokenDown{};        // what LocalTimeFromPosix answers
+    std::tm asked{};             // what PosixFromLocalTime was given
+    std::int32_t posixTime = 0;  // what it answers
 };
 
 extern FakeClock g_clock;

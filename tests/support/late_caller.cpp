@@ -21,4 +21,6 @@ const LateCaller g_caller;
 
 }  // namespace
 
-int main() { return 0; }
+int main() {
+    return 0;
+}

@@ -13,7 +13,9 @@
 
 namespace {
 
-std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+std::u16string Wide(const std::string& text) {
+    return {text.begin(), text.end()};
+}
 
 KXResult Write(const std::u16string& key, const std::u16string& name, std::uint32_t number) {
     return KXRegistrySetValue(KX_HKEY_USER, key.c_str(), name.c_str(), KX_REG_DWORD, &number,
@@ -24,9 +26,8 @@ bool Holds(const std::u16string& key, std::uint32_t number) {
     std::uint32_t type = 0;
     std::uint32_t read = 0;
     std::uint32_t bytes = sizeof read;
-    const KXResult result =
-        KXRegistryGetValue(KX_HKEY_USER, key.c_str(), Wide(std::to_string(number)).c_str(), &type,
-                           &read, &bytes);
+    const KXResult result = KXRegistryGetValue(
+        KX_HKEY_USER, key.c_str(), Wide(std::to_string(number)).c_str(), &type, &read, &bytes);
     return result == 0 && type == KX_REG_DWORD && read == number;
 }
 

@@ -1,0 +1,32 @@
+# Runs parts of the suite and counts; sourced by the other scripts. Each part adds a line
+# "passed failed name" to the file $KX_TALLY, which a caller may share among several scripts.
+
+KX_TALLY=${KX_TALLY:-$(mktemp)}
+export KX_TALLY
+
+# record NAME PASSED FAILED
+record() {
+    echo "$2 $3 $1" >>"$KX_TALLY"
+    printf '%-28s %5d passed, %d failed\n' "$1" "$2" "$3"
+}
+
+# run_check NAME COMMAND...: one check; its output is shown only if it fails.
+run_check() {
+    local name=$1 log
+    shift
+    log=$(mktemp)
+    if "$@" >"$log" 2>&1; then
+        record "$name" 1 0
+    else
+        cat "$log"
+        record "$name" 0 1
+    fi
+    rm -f "$log"
+}
+
+# finish: the sum of all parts, and whether nothing failed.
+finish() {
+    awk '{ passed += $1; failed += $2 }
+         END { printf "%d passed, %d failed\n", passed, failed; exit failed != 0 || passed == 0 }' \
+        "$KX_TALLY"
+}
