@@ -13,7 +13,7 @@ class CKXClientData final : public CKXCoreRefCounted {
     CKXFactoryManager& Factories() { return m_factoryManager; }
 
   private:
-    CKXLibManager m_libManager;
+    [[maybe_unused]] CKXLibManager m_libManager;  // its exports need no object of it
     CKXFactoryManager m_factoryManager;
 };
 

@@ -30,6 +30,24 @@ constexpr size_t kPathSize = 260;  // units with terminator
 template <size_t size>
 using TextBuffer = std::array<char16_t, size + 1>;
 
+// Holds a reference that a component handed out, or none.
+class Interface final {
+  public:
+    explicit Interface(void* object = nullptr) : m_object(object) {}
+    ~Interface() {
+        if (Get() != nullptr) Get()->Release();
+    }
+    Interface(const Interface&) = delete;
+    Interface& operator=(const Interface&) = delete;
+
+    void** Out() { return &m_object; }
+    IKXUnknown* Get() const { return static_cast<IKXUnknown*>(m_object); }
+    void* Detach() { return std::exchange(m_object, nullptr); }
+
+  private:
+    void* m_object;
+};
+
 // The default value of a key under the one root that classes are registered in.
 template <size_t size>
 KXResult ReadClassText(const std::u16string& key, TextBuffer<size>& text) {
@@ -99,9 +117,13 @@ void* CKXFactoryManager::Load(const KXGUID& clsid, const KXGUID& iid) {
     ThrowIfFailed(KXLibGetSymbol(library, u"DllGetClassObject", &symbol));
     void* object = nullptr;
     ThrowIfFailed(reinterpret_cast<KXGetClassObjectFunction>(symbol)(&clsid, &iid, &object));
-    Entry entry(new CKXFactoryData(static_cast<IKXUnknown*>(object), library));
+    // The reference from the symbol goes before the entry if memory runs out in between: the entry
+    // closes the library.
+    Entry entry;
+    Interface factory(object);
+    entry = Entry(new CKXFactoryData(factory.Get(), library));
     m_map.insert_or_assign(clsid, std::move(entry));
-    return object;
+    return factory.Detach();
 }
 
 void CKXFactoryManager::Flush() {
@@ -121,12 +143,10 @@ KXResult KXComGetClassObject(const KXGUID* clsid, const KXGUID* iid, void** out)
 // CreateInstance is the component's own code and runs outside of every frame and lock.
 KXResult KXComCreateObject(const KXGUID* clsid, IKXUnknown* outer, const KXGUID* iid, void** out) {
     static constexpr KXGUID kClassFactory = KX_IID_CLASS_FACTORY;
-    void* object = nullptr;
-    KXResult result = KXComGetClassObject(clsid, &kClassFactory, &object);
-    auto* const factory = static_cast<IKXClassFactory*>(object);
-    if (result >= 0) result = factory->CreateInstance(outer, iid, out);
-    if (factory != nullptr) factory->Release();
-    return result;
+    Interface factory;
+    const KXResult result = KXComGetClassObject(clsid, &kClassFactory, factory.Out());
+    if (result < 0) return result;
+    return static_cast<IKXClassFactory*>(factory.Get())->CreateInstance(outer, iid, out);
 }
 
 KXResult KXComClassIDFromProgID(const char16_t* progId, KXGUID* clsid) {

@@ -378,15 +378,28 @@ void Store::FinishFork() {
     m_reader.mutex.unlock();
 }
 
-// Never destroyed: a thread that outlives the library's end may still be in a call.
+namespace {
+
+// A thread that outlives the library's end may still be in a call, so the stores have no end of
+// their own.
+union EndlessStore {
+    explicit constexpr EndlessStore(bool isPrivate) : store(isPrivate) {}
+    ~EndlessStore() {}
+
+    Store store;
+};
+
+constinit EndlessStore g_machineStore(false);
+constinit EndlessStore g_userStore(true);
+
+}  // namespace
+
 Store& MachineStore() {
-    static Store* const store = new Store(false);
-    return *store;
+    return g_machineStore.store;
 }
 
 Store& UserStore() {
-    static Store* const store = new Store(true);
-    return *store;
+    return g_userStore.store;
 }
 
 }  // namespace kx::platform

@@ -80,7 +80,7 @@ class Run final {
 // One open database. Belongs to one thread at a time.
 class Connection final {
   public:
-    Connection() = default;
+    constexpr Connection() = default;
     ~Connection() { Close(); }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
