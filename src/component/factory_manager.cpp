@@ -87,11 +87,14 @@ CKXFactoryManager::CKXFactoryManager() {
     ThrowIfFailed(KXMutexCreate("CKXFactoryManager::m_mapMutex", 0, &m_mapMutex));
 }
 
+// The entries go behind this, without a lock, and code of the components runs as they do.
 CKXFactoryManager::~CKXFactoryManager() {
     KXMutexDestroy(m_mapMutex);
+    m_mapMutex = KX_INVALID_HANDLE;
 }
 
 void* CKXFactoryManager::GetClassObject(const KXGUID& clsid, const KXGUID& iid) {
+    if (m_mapMutex == KX_INVALID_HANDLE) throw EKXCoreException{KX_E_FAIL};
     const ScopedLock guard(m_mapMutex);
     const Entry entry = Find(clsid);
     if (!entry) return Load(clsid, iid);

@@ -67,12 +67,8 @@ void DestroySingletons() {
     Destroy(g_data.lockStatManager);
 }
 
-KXResult RunReservedHooks() {
-    for (const ReservedHook hook : g_data.reservedHooks) {
-        if (hook == nullptr) continue;
-        if (const KXResult result = hook(); result < 0) return result;
-    }
-    return KX_S_OK;
+KXResult Run(ReservedHook hook) {
+    return hook != nullptr ? hook() : KX_S_OK;
 }
 
 void ReleaseAllocator() {
@@ -91,7 +87,9 @@ KXResult KXCoreInit() noexcept {
         return KX_S_OK;
     });
     if (created < 0) return created;
-    if (const KXResult hooks = RunReservedHooks(); hooks < 0) return hooks;
+    for (const ReservedHook hook : g_data.reservedHooks) {
+        if (const KXResult result = Run(hook); result < 0) return result;
+    }
     return platform::GetSharedAllocator(&g_data.allocator);
 }
 
@@ -99,7 +97,10 @@ KXResult KXCoreTerm() noexcept {
     if (g_data.attachCount < 1) return KX_E_FAIL;
     if (--g_data.attachCount != 0) return KX_S_OK;
     ReleaseAllocator();
-    const KXResult result = RunReservedHooks() < 0 ? KX_E_FAIL : KX_S_OK;
+    KXResult result = KX_S_OK;
+    for (const ReservedHook hook : g_data.reservedHooks) {
+        if (Run(hook) < 0) result = KX_E_FAIL;
+    }
     Guarded([] {
         DestroySingletons();
         return KX_S_OK;

@@ -3,6 +3,7 @@
 #include <kxcore7/module.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -203,6 +204,18 @@ TEST_F(ClassFactory, AFactoryMayAskForAClassWhileItIsFlushed) {
     EXPECT_RESULT(KX_S_OK, Request(kFlushingClass));
     EXPECT_RESULT(KX_S_OK, KXComFlushFactoryCache());
     EXPECT_EQ(1, m_log.liveFactories) << "the one that it asked for";
+}
+
+using ClassFactoryDeathTest = ClassFactory;
+
+// The cache is emptied at the end of the process, too, and has no lock by then.
+TEST_F(ClassFactoryDeathTest, AFactoryMayAskForAClassAtTheEndOfTheProcess) {
+    EXPECT_EXIT(
+        {
+            Request(kFlushingClass);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ClassFactory, ManyThreadsLoadOnce) {

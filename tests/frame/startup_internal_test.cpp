@@ -117,6 +117,13 @@ TEST_F(Startup, OutOfMemoryEndsItWithThatCodeAndKeepsWhatWasBuilt) {
 
 namespace {
 
+int g_hookRuns = 0;
+
+KXResult CountingHook() {
+    ++g_hookRuns;
+    return KX_S_OK;
+}
+
 KXResult FailingHook() {
     return KX_E_ABORT;
 }
@@ -133,6 +140,12 @@ TEST_F(Startup, AReservedHookThatFailsEndsItWithThatResultAndFailsShutdown) {
     EXPECT_NE(nullptr, g_data.clientData) << "what was built stays";
     EXPECT_RESULT(KX_E_FAIL, KXCoreTerm());
     EXPECT_TRUE(NothingIsBuilt());
+    g_hookRuns = 0;
+    g_data.reservedHooks = {FailingHook, CountingHook};
+    EXPECT_RESULT(KX_E_ABORT, KXCoreInit());
+    EXPECT_EQ(0, g_hookRuns) << "start-up ends at the first failure";
+    EXPECT_RESULT(KX_E_FAIL, KXCoreTerm());
+    EXPECT_EQ(1, g_hookRuns) << "shutdown runs both";
     g_data.reservedHooks = {PassingHook, nullptr};
     EXPECT_RESULT(KX_S_OK, KXCoreInit());
     EXPECT_TRUE(EverythingIsBuilt());

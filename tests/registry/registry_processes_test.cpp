@@ -44,6 +44,16 @@ TEST(RegistryProcesses, WritingAtOnceLoseNothing) {
     }
 }
 
+TEST(RegistryProcesses, ThatAllMakeTheStoreAtOnceAllSucceed) {
+    for (int round = 0; round < 25; ++round) {
+        const ScratchRegistry registry;
+        std::vector<ChildProcess> writers;
+        for (int i = 0; i < 6; ++i) writers.push_back(Worker("write", std::to_string(i), 2));
+        for (ChildProcess& writer : writers) EXPECT_EQ(0, writer.Wait()) << "round " << round;
+        for (int i = 0; i < 6; ++i) EXPECT_EQ(2, Found(std::to_string(i), 2));
+    }
+}
+
 TEST(RegistryProcesses, WorkingOnOneKeyAtOnceAllSucceed) {
     const ScratchRegistry registry;
     std::vector<ChildProcess> workers;

@@ -425,6 +425,17 @@ TEST_F(Registry, DeletedKeyTakesWhatIsUnderItAlong) {
     EXPECT_EQ(u"<failed>", GetText(kRoot, Under(u"a\\b\\c"), u"v")) << "nothing comes back";
 }
 
+// The walk of a removal asks for names in 255 units with the terminator, and ends at a longer one.
+TEST_F(Registry, DeletionStopsAtANameOf255UnitsAndTellsThatTheKeyIsNotEmpty) {
+    const std::u16string longest(254, u'k');
+    SetText(kRoot, Under(longest), u"v", u"text");
+    EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, kKey));
+    SetText(kRoot, Under(longest + u"k"), u"v", u"text");
+    EXPECT_EQ(5, KXRegistryDeleteKey(kRoot, kKey));
+    EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, Under(longest + u"k").c_str()));
+    EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, kKey));
+}
+
 TEST_F(Registry, DeletionOfARootEmptiesItAndIsRefusedWithAPositiveNumber) {
     SetText(KX_HKEY_CLASSES, u"KxTestOne\\sub", u"v", u"text");
     EXPECT_EQ(5, KXRegistryDeleteKey(KX_HKEY_CLASSES, u""));

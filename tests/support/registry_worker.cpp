@@ -33,7 +33,10 @@ bool Holds(const std::u16string& key, std::uint32_t number) {
 
 int WriteAll(const std::u16string& key, std::uint32_t count) {
     for (std::uint32_t i = 0; i < count; ++i) {
-        if (Write(key, Wide(std::to_string(i)), i) != 0) return 1;
+        if (const KXResult result = Write(key, Wide(std::to_string(i)), i); result != 0) {
+            std::fprintf(stderr, "write %u: 0x%08X\n", i, static_cast<unsigned>(result));
+            return 1;
+        }
         std::printf("%u\n", i);
         std::fflush(stdout);
     }

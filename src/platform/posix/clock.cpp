@@ -53,9 +53,9 @@ void CopyName(char16_t (&out)[32], const char* name) {
 // The zone at some moment around now in the other state, if there is one: months of the year ahead
 // are asked, since a state lasts for at least one.
 bool FindOtherState(time_t now, int isDaylight, tm* out) {
-    constexpr time_t kDay = 24 * 60 * 60;
+    constexpr time_t kWeek = 7L * 24 * 60 * 60;
     for (int week = 2; week <= 54; week += 2) {
-        const time_t moment = now + week * 7 * kDay;
+        const time_t moment = now + week * kWeek;
         if (localtime_r(&moment, out) != nullptr && (out->tm_isdst > 0) != (isDaylight != 0)) {
             return true;
         }

@@ -95,7 +95,7 @@ std::string Environment(const char* name) {
 
 std::string HomeDirectory() {
     if (std::string home = Environment("HOME"); !home.empty()) return home;
-    std::vector<char> buffer(16 * 1024);
+    std::vector<char> buffer(std::size_t{16} * 1024);
     passwd entry{};
     passwd* found = nullptr;
     if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
@@ -224,14 +224,17 @@ NativeError Connection::OpenForWriting(const std::string& path, bool isPrivate) 
     return error;
 }
 
-// Nothing is written before it is sure that the file is a store or empty.
+// Nothing is written before it is sure that the file is a store or empty. The answers are of one
+// moment: another process may be making the store.
 NativeError Connection::Identify(bool* isNew) {
     std::int64_t application = 0;
     std::int64_t version = 0;
     std::int64_t tables = 0;
-    NativeError error = AskInteger("PRAGMA application_id", &application);
+    NativeError error = Execute("SAVEPOINT identity");
+    if (error == kSuccess) error = AskInteger("PRAGMA application_id", &application);
     if (error == kSuccess) error = AskInteger("PRAGMA user_version", &version);
     if (error == kSuccess) error = AskInteger("SELECT count(*) FROM sqlite_master", &tables);
+    if (error == kSuccess) error = Execute("RELEASE identity");
     if (error != kSuccess) return error;
     *isNew = application == 0 && tables == 0;
     const bool isStore = application == kApplicationId && version == kSchemaVersion;
