@@ -1,6 +1,7 @@
 // The registry shared by processes, and by processes that are killed.
 #include <kxcore7/registry.h>
 
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -83,6 +84,21 @@ TEST(RegistryProcesses, AKilledWriterLeavesEveryValueWhoseCallHadReturned) {
     ChildProcess check(KXTEST_INTEGRITY_CHECK, {(registry.Directory() / "user.db").string()});
     EXPECT_EQ("ok", check.ReadLine());
     EXPECT_EQ(0, check.Wait());
+}
+
+// The same at the first write of all, when the store itself is made.
+TEST(RegistryProcesses, AProcessKilledWhileItMakesTheStoreLeavesOneThatOpens) {
+    constexpr int kRounds = 40;
+    for (int round = 0; round < kRounds; ++round) {
+        const ScratchRegistry registry;
+        ChildProcess maker = Worker("write", "Key", 1'000'000);
+        std::this_thread::sleep_for(std::chrono::microseconds(150 * round));
+        maker.Kill();
+        EXPECT_EQ(128 + 9, maker.Wait());
+        ChildProcess next = Worker("write", "Key", 3);
+        EXPECT_EQ(0, next.Wait()) << "round " << round;
+        EXPECT_EQ(3, Found("Key", 3));
+    }
 }
 
 TEST(RegistryProcesses, ThreadsReadAndWriteAtOnce) {
