@@ -35,7 +35,7 @@ std::int64_t Microseconds(std::int64_t ticks) {
     return scaled / TickFrequency();
 }
 
-KXResult FailCheck(const char16_t* text) {
+[[gnu::cold, gnu::noinline]] KXResult FailCheck(const char16_t* text) {
     KXErrorAlert(0, u"KXCore Critical Error", text);
     return KX_E_FAIL;
 }
@@ -51,7 +51,7 @@ CKXCoreMutexImpl::CKXCoreMutexImpl(const char* name, std::uint32_t flags)
       m_primitive(Has(KX_MUTEX_SPIN) ? kSpinCount : 0, Has(KX_MUTEX_STATS)) {}
 
 KXResult CKXCoreMutexImpl::Acquire() {
-    m_primitive.Enter();
+    if (!m_primitive.TryEnter()) m_primitive.EnterContended();
     return KX_S_OK;
 }
 
@@ -84,17 +84,32 @@ CKXCoreMutexChecked::CKXCoreMutexChecked(const char* name, std::uint32_t flags)
 }
 
 KXResult CKXCoreMutexChecked::Acquire() {
-    const std::int64_t waitStart = Has(KX_MUTEX_STATS) ? KXPerfGetCount() : 0;
-    if (const KXResult result = preAcquire(); result < 0) return result;
-    m_primitive.Enter();
-    postAcquire(waitStart);
+    return Has(KX_MUTEX_STATS) ? AcquireMeasured() : AcquireSince(0);
+}
+
+KXResult CKXCoreMutexChecked::AcquireMeasured() {
+    return AcquireSince(KXPerfGetCount());
+}
+
+inline KXResult CKXCoreMutexChecked::AcquireSince(std::int64_t waitStart) {
+    const std::uint32_t self = platform::CurrentThreadId();
+    if (const KXResult result = preAcquire(self); result < 0) return result;
+    if (!m_primitive.TryEnter()) return AcquireContended(self, waitStart);
+    postAcquire(self, waitStart);
+    return KX_S_OK;
+}
+
+KXResult CKXCoreMutexChecked::AcquireContended(std::uint32_t self, std::int64_t waitStart) {
+    m_primitive.EnterContended();
+    postAcquire(self, waitStart);
     return KX_S_OK;
 }
 
 KXResult CKXCoreMutexChecked::TryAcquire() {
-    if (const KXResult result = preAcquire(); result < 0) return result;
+    const std::uint32_t self = platform::CurrentThreadId();
+    if (const KXResult result = preAcquire(self); result < 0) return result;
     if (!m_primitive.TryEnter()) return KX_E_FAIL;
-    postAcquire(0);
+    postAcquire(self, 0);
     return KX_S_OK;
 }
 
@@ -104,36 +119,38 @@ KXResult CKXCoreMutexChecked::Release() {
     return KX_S_OK;
 }
 
-KXResult CKXCoreMutexChecked::preAcquire() {
+inline KXResult CKXCoreMutexChecked::preAcquire(std::uint32_t self) {
     if (!Has(KX_MUTEX_CHECKED | KX_MUTEX_NON_RECURSIVE)) return KX_S_OK;
-    if (m_owner.Get() != platform::CurrentThreadId()) return KX_S_OK;
+    if (m_owner.Get() != self) return KX_S_OK;
     return FailCheck(u"CKXCoreMutexChecked::preAcquire m_owner check failed");
 }
 
-void CKXCoreMutexChecked::postAcquire(std::int64_t waitStart) {
-    m_owner.Set(platform::CurrentThreadId());
+inline void CKXCoreMutexChecked::postAcquire(std::uint32_t self, std::int64_t waitStart) {
+    m_owner.Set(self);
     if (Has(KX_MUTEX_STATS)) CountAcquire(waitStart);
     m_lockDepth.Set(static_cast<std::uint16_t>(m_lockDepth.Get() + 1u));
 }
 
-KXResult CKXCoreMutexChecked::preRelease() {
+inline KXResult CKXCoreMutexChecked::preRelease() {
+    const std::uint16_t depth = m_lockDepth.Get();
     if (Has(KX_MUTEX_CHECKED)) {
-        if (const KXResult result = CheckRelease(); result < 0) return result;
+        if (const KXResult result = CheckRelease(depth); result < 0) return result;
     }
-    m_lockDepth.Set(static_cast<std::uint16_t>(m_lockDepth.Get() - 1u));
-    if (m_lockDepth.Get() == 0) m_owner.Set(0);
-    if (Has(KX_MUTEX_STATS)) CountRelease();
+    const auto left = static_cast<std::uint16_t>(depth - 1u);
+    m_lockDepth.Set(left);
+    if (left == 0) m_owner.Set(0);
+    if (Has(KX_MUTEX_STATS)) CountRelease(left);
     return KX_S_OK;
 }
 
-KXResult CKXCoreMutexChecked::CheckRelease() const {
+inline KXResult CKXCoreMutexChecked::CheckRelease(std::uint16_t depth) const {
     if (m_owner.Get() != platform::CurrentThreadId()) {
         return FailCheck(u"CKXCoreMutexChecked::preRelease m_owner check failed");
     }
-    if (m_lockDepth.Get() == 0) {
+    if (depth == 0) {
         return FailCheck(u"CKXCoreMutexChecked::preRelease m_lockDepth check failed");
     }
-    if (Has(KX_MUTEX_NON_RECURSIVE) && m_lockDepth.Get() != 1) {
+    if (Has(KX_MUTEX_NON_RECURSIVE) && depth != 1) {
         return FailCheck(
             u"CKXCoreMutexChecked::preRelease m_lockDepth non recursive check failed ");
     }
@@ -154,8 +171,8 @@ void CKXCoreMutexChecked::CountAcquire(std::int64_t waitStart) {
     m_acquireCount.Set(m_acquireCount.Get() + 1);
 }
 
-void CKXCoreMutexChecked::CountRelease() {
-    if (m_lockDepth.Get() == 0) {
+void CKXCoreMutexChecked::CountRelease(std::uint16_t depth) {
+    if (depth == 0) {
         const std::int64_t held = KXPerfGetCount() - m_lastAcquired.Get();
         m_totalHeldTime.Set(m_totalHeldTime.Get() + held);
         m_maxHeldTime.Set(std::max(m_maxHeldTime.Get(), held));

@@ -97,12 +97,18 @@ class CKXCoreMutexChecked final : public CKXCoreMutexImpl {
         std::atomic<Number> m_value{0};
     };
 
-    KXResult preAcquire();
-    void postAcquire(std::int64_t waitStart);
+    // waitStart is 0 where no wait is measured; the parts of an acquire that cost time anyway are
+    // out of line, so that a lock with checks alone stays quick.
+    KXResult AcquireSince(std::int64_t waitStart);
+    [[gnu::noinline]] KXResult AcquireMeasured();
+    [[gnu::noinline, gnu::cold]] KXResult AcquireContended(std::uint32_t self,
+                                                           std::int64_t waitStart);
+    KXResult preAcquire(std::uint32_t self);
+    void postAcquire(std::uint32_t self, std::int64_t waitStart);
     KXResult preRelease();
-    KXResult CheckRelease() const;
-    void CountAcquire(std::int64_t waitStart);
-    void CountRelease();
+    KXResult CheckRelease(std::uint16_t depth) const;
+    [[gnu::noinline]] void CountAcquire(std::int64_t waitStart);
+    [[gnu::noinline]] void CountRelease(std::uint16_t depth);
 
     Field<std::uint32_t> m_owner;
     Field<std::int64_t> m_lastAcquired;

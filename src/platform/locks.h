@@ -11,18 +11,21 @@ namespace kx::platform {
 // waits. Unlocking by another thread than the owner is not detected.
 class CriticalSection final {
   public:
-    // A contended Enter tries spinCount times before it blocks. countContention asks for
+    // EnterContended tries spinCount times before it blocks. countContention asks for
     // ContentionCount; a system that counts anyway ignores it.
     CriticalSection(std::uint32_t spinCount, bool countContention);
     ~CriticalSection();
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;
 
-    void Enter() noexcept;
+    // Takes the lock if that needs no wait.
     bool TryEnter() noexcept;
+    // Takes the lock behind a TryEnter that failed, waiting for it. The two are apart so that a
+    // caller's way without contention stays short.
+    void EnterContended() noexcept;
     void Leave() noexcept;
 
-    // How many Enters did not get the lock at the first try, modulo 2^32. Meaningful only with
+    // How many EnterContended there were, modulo 2^32. Meaningful only with
     // countContention. Any thread may ask or reset at any time.
     std::uint32_t ContentionCount() const noexcept;
     void ResetContentionCount() noexcept;

@@ -10,17 +10,25 @@
 
 using kx::platform::CriticalSection;
 
+namespace {
+
+void Enter(CriticalSection& lock) {
+    if (!lock.TryEnter()) lock.EnterContended();
+}
+
+}  // namespace
+
 TEST(CriticalSection, CountsEntersThatDidNotGetItAtTheFirstTry) {
     CriticalSection lock(0, true);
     for (int i = 0; i < 10; ++i) {
-        lock.Enter();
-        lock.Enter();
+        Enter(lock);
+        Enter(lock);
         EXPECT_TRUE(lock.TryEnter());
     }
     EXPECT_EQ(0u, lock.ContentionCount());
     std::thread other([&] {
         EXPECT_FALSE(lock.TryEnter());
-        lock.Enter();
+        Enter(lock);
         lock.Leave();
     });
     while (lock.ContentionCount() == 0) std::this_thread::yield();
@@ -43,7 +51,7 @@ TEST(CriticalSection, LosesNoWakeUp) {
         for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&, i] {
                 for (int round = 0; round < kRounds; ++round) {
-                    lock.Enter();
+                    Enter(lock);
                     if ((round + i) % 64 == 0) std::this_thread::yield();
                     ++sum;
                     lock.Leave();
@@ -57,10 +65,10 @@ TEST(CriticalSection, LosesNoWakeUp) {
 
 TEST(CriticalSection, IsReleasedByTheChildOfAForkOfItsOwner) {
     CriticalSection lock(0, true);
-    lock.Enter();
+    Enter(lock);
     const pid_t child = fork();
     if (child == 0) {
-        lock.Enter();
+        Enter(lock);
         lock.Leave();
         lock.Leave();
         std::atomic<bool> taken{false};

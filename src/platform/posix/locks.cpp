@@ -32,15 +32,6 @@ class FutexLock final {
   public:
     explicit FutexLock(std::uint32_t spinCount) noexcept : m_spinCount(spinCount) {}
 
-    void Enter() noexcept {
-        const std::uintptr_t self = ThisThread();
-        if (m_owner.load(std::memory_order_relaxed) != self) {
-            if (!TryTake()) TakeContended();
-            m_owner.store(self, std::memory_order_relaxed);
-        }
-        ++m_depth;
-    }
-
     bool TryEnter() noexcept {
         const std::uintptr_t self = ThisThread();
         if (m_owner.load(std::memory_order_relaxed) != self) {
@@ -49,6 +40,13 @@ class FutexLock final {
         }
         ++m_depth;
         return true;
+    }
+
+    void EnterContended() noexcept {
+        m_contention.fetch_add(1, std::memory_order_relaxed);
+        Take();
+        m_owner.store(ThisThread(), std::memory_order_relaxed);
+        m_depth = 1;
     }
 
     // From the exchange on the object may be taken and destroyed by another thread.
@@ -71,8 +69,7 @@ class FutexLock final {
                                               std::memory_order_relaxed);
     }
 
-    [[gnu::noinline]] void TakeContended() noexcept {
-        m_contention.fetch_add(1, std::memory_order_relaxed);
+    void Take() noexcept {
         for (std::uint32_t tries = m_spinCount; tries != 0; --tries) {
             if (m_word.load(std::memory_order_relaxed) == kFree && TryTake()) return;
             Pause();
@@ -107,12 +104,13 @@ CriticalSection::~CriticalSection() {
     From(storage_)->~FutexLock();
 }
 
-void CriticalSection::Enter() noexcept {
-    From(storage_)->Enter();
-}
 bool CriticalSection::TryEnter() noexcept {
     return From(storage_)->TryEnter();
 }
+[[gnu::cold]] void CriticalSection::EnterContended() noexcept {
+    From(storage_)->EnterContended();
+}
+
 void CriticalSection::Leave() noexcept {
     From(storage_)->Leave();
 }

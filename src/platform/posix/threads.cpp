@@ -20,7 +20,7 @@ void ForgetThreadId() {
     t_threadId = 0;
 }
 
-[[gnu::noinline]] std::uint32_t AskThreadId() noexcept {
+[[gnu::noinline, gnu::cold]] std::uint32_t AskThreadId() noexcept {
     static const int registered = pthread_atfork(nullptr, nullptr, ForgetThreadId);
     static_cast<void>(registered);
     t_threadId = static_cast<std::uint32_t>(syscall(SYS_gettid));
