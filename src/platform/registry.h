@@ -16,7 +16,6 @@
 #ifndef KXCORE7_SRC_PLATFORM_REGISTRY_H
 #define KXCORE7_SRC_PLATFORM_REGISTRY_H
 
-#include <cstddef>
 #include <cstdint>
 
 #include "platform/error.h"
@@ -74,8 +73,9 @@ NativeError DeleteValue(KeyHandle hive, std::uint32_t view, const char16_t* path
 
 // The name of the subkey at index. On entry *nameLength is the capacity in units with terminator,
 // on success the units of the name without it; a smaller capacity is kMoreData, *nameLength as it
-// was. kNoMoreItems: past the end. A walk by rising index over n entries costs O(n log n), and sees
-// every entry that stands throughout exactly once, whatever comes and goes in between.
+// was. kNoMoreItems: past the end. A walk by rising index over n entries costs O(n log n) at
+// most. Where the system counts by position, what comes and goes in between shifts the index;
+// otherwise a walk sees every entry that stands throughout exactly once.
 NativeError EnumKey(KeyHandle key, std::uint32_t index, char16_t* name, std::uint32_t* nameLength);
 
 // The value at index; name as in EnumKey. type, data and length as in QueryValue.
@@ -89,11 +89,6 @@ using DeleteKeyFunction = NativeError (*)(KeyHandle parent, const char16_t* name
 
 // The removal that this system has: one that heeds the view where there is one. Never null.
 DeleteKeyFunction ResolveDeleteKey();
-
-// Writes text with each %NAME% replaced by that environment variable; an unknown one stays as it
-// stands. Returns the units that the whole takes with its terminator, whether they fit into size
-// or not; what does not fit is not to be read. A null text is an empty one.
-std::size_t ExpandEnvironment(const char16_t* text, char16_t* out, std::size_t size);
 
 // Lets go of whatever the calls above keep open between them. The next call opens it again, by the
 // environment of that moment.

@@ -10,6 +10,7 @@
 
 #include "frame/exception.h"
 #include "frame/global_data.h"
+#include "platform/environment.h"
 #include "platform/registry.h"
 
 using namespace kx;

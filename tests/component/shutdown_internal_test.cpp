@@ -24,6 +24,15 @@ class CachedClass : public ::testing::Test {
                 std::filesystem::path(KXTEST_COMPONENT).u16string());
     }
 
+    // By contract some of these leave the library open.
+    ~CachedClass() override {
+        KXComFlushFactoryCache();
+        KXLibraryHandle library = 0;
+        KXLibOpen(std::filesystem::path(KXTEST_COMPONENT).u16string().c_str(), &library);
+        while (KXLibClose(library) == 0) {
+        }
+    }
+
     static KXResult Request() {
         void* factory = nullptr;
         const KXResult result = KXComGetClassObject(&kGoodClass, &kClassFactory, &factory);

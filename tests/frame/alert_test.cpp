@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <string>
 
 #include "support/results.h"
@@ -149,10 +150,20 @@ TEST(Alert, InTheBackgroundOfATerminalTheAnswerIsIgnore) {
 
 namespace {
 
+bool EnterUserNamespace() {
+    const std::string user = std::to_string(geteuid());
+    const std::string group = std::to_string(getegid());
+    if (unshare(CLONE_NEWUSER) != 0) return false;
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+    return geteuid() == 0;
+}
+
 // Gives the process a /dev of its own, empty, so that it can own the log's socket whatever runs on
 // the machine. A mount namespace needs a user namespace of its own where the user isn't root.
 bool EnterEmptyDev() {
-    if (geteuid() != 0 && unshare(CLONE_NEWUSER) != 0) return false;
+    if (geteuid() != 0 && !EnterUserNamespace()) return false;
     return unshare(CLONE_NEWNS) == 0 &&
            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            mount("none", "/dev", "tmpfs", 0, nullptr) == 0;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "fuzz/fuzz.h"
-#include "platform/registry.h"
+#include "platform/environment.h"
 
 using namespace kx::test;
 using kx::platform::ExpandEnvironment;

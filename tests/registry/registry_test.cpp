@@ -402,6 +402,7 @@ TEST_F(Registry, NamesPastTheirLimitsAreRefused) {
     deep.resize(deep.size() - 2);
     EXPECT_RESULT(KX_S_OK, SetText(kRoot, deep, u"v", u"text"));
     EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, Under(u"d").c_str()));
+    EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, Under(component).c_str()));
 }
 
 TEST_F(Registry, DeletedValueIsGoneAndItsKeyStays) {

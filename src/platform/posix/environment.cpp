@@ -1,9 +1,10 @@
+#include "platform/environment.h"
+
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "platform/posix/utf8.h"
-#include "platform/registry.h"
 
 namespace kx::platform {
 namespace {
