@@ -1,0 +1,19 @@
+// What the run consists of. Each registers its benchmarks and adds its rows to the report.
+#ifndef KXCORE7_BENCH_SUBJECTS_H
+#define KXCORE7_BENCH_SUBJECTS_H
+
+#include <filesystem>
+
+#include "report.h"
+
+namespace bench {
+
+void RegisterMutexes(Report& report);
+void RegisterMemory(Report& report);
+// The peers' files are made in the scratch directory; the registry's own store is there by then.
+void RegisterRegistry(Report& report, const std::filesystem::path& scratch);
+void RegisterComponents(Report& report);
+
+}  // namespace bench
+
+#endif
