@@ -115,6 +115,7 @@ KXResult CKXCoreMutexChecked::TryAcquire() {
 
 KXResult CKXCoreMutexChecked::Release() {
     if (const KXResult result = preRelease(); result < 0) return result;
+    if (Has(KX_MUTEX_STATS)) CountRelease();
     m_primitive.Leave();
     return KX_S_OK;
 }
@@ -133,13 +134,13 @@ inline void CKXCoreMutexChecked::postAcquire(std::uint32_t self, std::int64_t wa
 
 inline KXResult CKXCoreMutexChecked::preRelease() {
     const std::uint16_t depth = m_lockDepth.Get();
-    if (Has(KX_MUTEX_CHECKED)) {
+    if (Has(KX_MUTEX_CHECKED)) [[likely]] {
         if (const KXResult result = CheckRelease(depth); result < 0) return result;
     }
     const auto left = static_cast<std::uint16_t>(depth - 1u);
     m_lockDepth.Set(left);
-    if (left == 0) m_owner.Set(0);
-    if (Has(KX_MUTEX_STATS)) CountRelease(left);
+    if (left == 0) [[likely]]
+        m_owner.Set(0);
     return KX_S_OK;
 }
 
@@ -171,8 +172,8 @@ void CKXCoreMutexChecked::CountAcquire(std::int64_t waitStart) {
     m_acquireCount.Set(m_acquireCount.Get() + 1);
 }
 
-void CKXCoreMutexChecked::CountRelease(std::uint16_t depth) {
-    if (depth == 0) {
+void CKXCoreMutexChecked::CountRelease() {
+    if (m_lockDepth.Get() == 0) {
         const std::int64_t held = KXPerfGetCount() - m_lastAcquired.Get();
         m_totalHeldTime.Set(m_totalHeldTime.Get() + held);
         m_maxHeldTime.Set(std::max(m_maxHeldTime.Get(), held));

@@ -108,7 +108,7 @@ class CKXCoreMutexChecked final : public CKXCoreMutexImpl {
     KXResult preRelease();
     KXResult CheckRelease(std::uint16_t depth) const;
     [[gnu::noinline]] void CountAcquire(std::int64_t waitStart);
-    [[gnu::noinline]] void CountRelease(std::uint16_t depth);
+    [[gnu::noinline]] void CountRelease();
 
     Field<std::uint32_t> m_owner;
     Field<std::int64_t> m_lastAcquired;
