@@ -11,6 +11,7 @@
 #include "frame/alert.h"
 #include "frame/global_data.h"
 #include "frame/startup.h"
+#include "locks/mutex.h"
 #include "platform/processes.h"
 #include "platform/threads.h"
 #include "support/fake_alerts.h"
@@ -22,6 +23,14 @@ using kx::test::g_alerts;
 using Order = std::vector<std::string>;
 
 namespace {
+
+// Opens a private member to these tests: access is not checked in an explicit instantiation.
+template <auto member>
+struct Opened {
+    friend auto& DepthOf(CKXCoreMutexChecked& mutex) { return mutex.*member; }
+};
+template struct Opened<&CKXCoreMutexChecked::m_lockDepth>;
+auto& DepthOf(CKXCoreMutexChecked& mutex);
 
 // A number as the messages show it.
 std::u16string Number(std::uint32_t number) {
@@ -303,6 +312,37 @@ TEST_F(StartedAlertSeam, FailedChecksOfAMutexAlertWithTheirTexts) {
     EXPECT_EQ(u"CKXCoreMutexChecked::preRelease m_owner check failed", g_alerts.log[0].message);
     EXPECT_EQ(u"CKXCoreMutexChecked::preAcquire m_owner check failed", g_alerts.log[1].message);
     EXPECT_EQ(u"CKXCoreMutexChecked::preAcquire m_owner check failed", g_alerts.log[2].message);
+}
+
+// The 16-bit depth wraps, so that a lock held 65536 times looks as if nobody held it.
+TEST_F(StartedAlertSeam, AReleaseAtDepthZeroAlertsWithItsText) {
+    KXErrorAlertSetMethod(KX_ALERT_EVENTLOG);
+    KXMutexHandle mutex = KX_INVALID_HANDLE;
+    ASSERT_RESULT(KX_S_OK, KXMutexCreate("m", KX_MUTEX_CHECKED, &mutex));
+    for (int i = 0; i < 0x10000; ++i) KXMutexAcquire(mutex);
+    EXPECT_RESULT(KX_E_FAIL, KXMutexRelease(mutex));
+    ASSERT_EQ(1u, g_alerts.log.size());
+    EXPECT_EQ(u"CKXCoreMutexChecked::preRelease m_lockDepth check failed", g_alerts.log[0].message);
+    KXMutexAcquire(mutex);
+    EXPECT_RESULT(KX_S_OK, KXMutexRelease(mutex));
+    KXMutexDestroy(mutex);
+}
+
+// No sequence of calls gets there, so the depth is set from here.
+TEST_F(StartedAlertSeam, AReleaseOfANonRecursiveLockAtAnotherDepthAlertsWithItsText) {
+    KXErrorAlertSetMethod(KX_ALERT_EVENTLOG);
+    KXMutexHandle mutex = KX_INVALID_HANDLE;
+    ASSERT_RESULT(KX_S_OK, KXMutexCreate("m", KX_MUTEX_CHECKED | KX_MUTEX_NON_RECURSIVE, &mutex));
+    KXMutexAcquire(mutex);
+    auto& depth = DepthOf(*reinterpret_cast<CKXCoreMutexChecked*>(mutex));
+    depth.Set(2);
+    EXPECT_RESULT(KX_E_FAIL, KXMutexRelease(mutex));
+    ASSERT_EQ(1u, g_alerts.log.size());
+    EXPECT_EQ(u"CKXCoreMutexChecked::preRelease m_lockDepth non recursive check failed ",
+              g_alerts.log[0].message);
+    depth.Set(1);
+    EXPECT_RESULT(KX_S_OK, KXMutexRelease(mutex));
+    KXMutexDestroy(mutex);
 }
 
 TEST_F(StartedAlertSeam, FailedChecksAreSilentWhereNoMethodIsSet) {
