@@ -1,48 +1,22 @@
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <exception>
-#include <filesystem>
 #include <iostream>
-#include <stdexcept>
-#include <string>
-#include <system_error>
 
 #include "report.h"
 #include "subjects.h"
+#include "support/scratch_registry.h"
 
 namespace {
 
-// A directory of the run's own, gone at its end.
-class ScratchDirectory final {
-  public:
-    ScratchDirectory() {
-        std::string name = std::filesystem::temp_directory_path() / "kxcore7-bench-XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch directory");
-        m_path = name;
-    }
-    ~ScratchDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-
-    const std::filesystem::path& Path() const { return m_path; }
-
-  private:
-    std::filesystem::path m_path;
-};
-
 bool Run() {
-    const ScratchDirectory scratch;
     // Before the first registry call, so that no store of the machine or the user is touched.
-    setenv("KX_REGISTRY_DIR", scratch.Path().c_str(), 1);
+    const kx::test::ScratchRegistry registry;
 
     bench::Report report;
     bench::RegisterMutexes(report);
     bench::RegisterMemory(report);
-    bench::RegisterRegistry(report, scratch.Path());
+    bench::RegisterRegistry(report, registry.Directory().Path());
     bench::RegisterComponents(report);
     benchmark::RunSpecifiedBenchmarks(&report);
     // They own the peers' open files, which are in the scratch directory.

@@ -66,9 +66,9 @@ KX_API KXResult KXRegistryDeleteValue(uint32_t root, const char16_t* subkey,
                                       const char16_t* valueName);
 
 /*
- * Removes a key with all that is under it, as far as names have fewer than 255 units. Compare the result with 0, do not test its sign: it is
- * 0, KX_E_FAIL where the key can't be opened, or else native error codes or-ed together, which are
- * positive.
+ * Removes a key with all that is under it, as far as names have fewer than 255 units. Compare the
+ * result with 0, do not test its sign: it is 0, KX_E_FAIL where the key can't be opened, or else
+ * native error codes or-ed together, which are positive.
  */
 KX_API KXResult KXRegistryDeleteKey(uint32_t root, const char16_t* subkey);
 

@@ -68,6 +68,12 @@ NativeError Locate(KeyHandle parent, const char16_t* path, Place* place) {
     return error;
 }
 
+NativeError LocateValue(KeyHandle hive, const char16_t* path, const char16_t* name, Place* place,
+                        std::string* folded) {
+    const NativeError error = Locate(hive, path, place);
+    return error == kSuccess ? FoldValueName(*folded, name) : error;
+}
+
 // The floor has no exceptions: exhausted memory is a native error like any other.
 template <typename Call>
 NativeError Floor(Call&& call) noexcept {
@@ -199,8 +205,10 @@ NativeError QueryValue(KeyHandle hive, std::uint32_t, const char16_t* path, cons
     return Floor([&]() -> NativeError {
         Place place;
         std::string folded;
-        if (const NativeError error = Locate(hive, path, &place); error != kSuccess) return error;
-        if (const NativeError error = FoldValueName(folded, name); error != kSuccess) return error;
+        if (const NativeError error = LocateValue(hive, path, name, &place, &folded);
+            error != kSuccess) {
+            return error;
+        }
         return place.store->Read([&](Connection& connection) -> NativeError {
             Run run = connection.Start(Query::readValue);
             if (!run.Bind(place.path).Bind(folded).Step()) {
@@ -219,8 +227,10 @@ NativeError SetValue(KeyHandle hive, std::uint32_t, bool, const char16_t* path,
     return Floor([&]() -> NativeError {
         Place place;
         std::string folded;
-        if (const NativeError error = Locate(hive, path, &place); error != kSuccess) return error;
-        if (const NativeError error = FoldValueName(folded, name); error != kSuccess) return error;
+        if (const NativeError error = LocateValue(hive, path, name, &place, &folded);
+            error != kSuccess) {
+            return error;
+        }
         const std::string written = Utf8FromUtf16(name);
         return place.store->Transact(IfMissing::make, [&](Connection& connection) {
             std::int64_t key = kNoKey;
@@ -241,8 +251,10 @@ NativeError DeleteValue(KeyHandle hive, std::uint32_t, const char16_t* path, con
     return Floor([&]() -> NativeError {
         Place place;
         std::string folded;
-        if (const NativeError error = Locate(hive, path, &place); error != kSuccess) return error;
-        if (const NativeError error = FoldValueName(folded, name); error != kSuccess) return error;
+        if (const NativeError error = LocateValue(hive, path, name, &place, &folded);
+            error != kSuccess) {
+            return error;
+        }
         return place.store->Transact(IfMissing::fail, [&](Connection& connection) {
             const NativeError error =
                 connection.Start(Query::deleteValue).Bind(place.path).Bind(folded).Finish();
