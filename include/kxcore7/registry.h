@@ -2,7 +2,7 @@
  * The configuration registry: typed values under keys, shared by all processes and kept across
  * restarts. A key is named afresh in each call, by a root and a path under it whose components a
  * backslash separates; the empty path is the root itself. The empty value name is a key's default
- * value. Names keep their case and compare without it.
+ * value. Null stands for the empty text in both. Names keep their case and compare without it.
  *
  * Any thread of any process may call these at once. An enumeration handle belongs to one thread at
  * a time. Lengths of data are in bytes; text is stored with its terminator if the caller counts it.

@@ -1,10 +1,11 @@
 // The native registry: hives of keys with typed values, shared by all processes.
 //
 // A hive or an open key is a KeyHandle. Paths are components with backslashes between them; the
-// empty path is the key itself, a leading backslash is kBadPathName, and repeated or trailing ones
-// count as one or none. Key and value names keep their case and compare without it; a component has
-// at most 255 units, a value name 16383. Subkeys and values are enumerated in the order of their
-// names without case. Types are native numbers (kReg*).
+// empty path, or a null one, is the key itself; a null name is the empty one; a leading backslash
+// is kBadPathName, and repeated or trailing ones count as one or none. Key and value names keep
+// their case and compare without it; a component has at most 255 units, a value name 16383. Subkeys
+// and values are enumerated in the order of their names without case. Types are native numbers
+// (kReg*).
 //
 // Any number of threads and processes may call at once; a KeyHandle that OpenKey made belongs to
 // one thread at a time. Each call is one step for everybody else, and a call that has returned
@@ -60,7 +61,8 @@ NativeError QueryValue(KeyHandle hive, std::uint32_t view, const char16_t* path,
                        std::uint32_t* length);
 
 // Opens the key at path under hive for all access, with the view flag, making it and those above it
-// if missing; writes one value, replacing one of that name; and closes the key. With openToEveryone
+// if missing, also where the value then can not be written; writes one value, replacing one of that
+// name; and closes the key. With openToEveryone
 // a key made here has no access list, where the system knows such.
 NativeError SetValue(KeyHandle hive, std::uint32_t view, bool openToEveryone, const char16_t* path,
                      const char16_t* name, std::uint32_t type, const void* data,

@@ -576,6 +576,27 @@ TEST_F(Registry, CloseOfNoWalkIsAccepted) {
     EXPECT_RESULT(KX_S_OK, KXRegistryCloseEnum(0));
 }
 
+TEST_F(Registry, NullPathsAndNamesAreEmptyOnes) {
+    std::uint32_t number = 7;
+    EXPECT_RESULT(KX_S_OK, KXRegistrySetValue(kRoot, kKey, nullptr, KX_REG_DWORD, &number, 4));
+    EXPECT_RESULT(KX_S_OK, KXRegistryGetValue(kRoot, kKey, u"", nullptr, nullptr, nullptr));
+    EXPECT_RESULT(KX_S_OK, KXRegistryGetValue(kRoot, kKey, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_RESULT(KX_S_OK, KXRegistryDeleteValue(kRoot, kKey, nullptr));
+    KXRegistryEnumHandle walk = 0;
+    EXPECT_RESULT(KX_S_OK, KXRegistryOpenKeyEnum(kRoot, nullptr, &walk));
+    KXRegistryCloseEnum(walk);
+}
+
+TEST_F(Registry, AValueThatCantBeWrittenStillMakesTheKeysOnItsPath) {
+    EXPECT_RESULT(KX_E_FAIL, KXRegistrySetValue(kRoot, Under(u"a\\b").c_str(), u"v", KX_REG_BINARY,
+                                                nullptr, 4))
+        << "data that is missing";
+    EXPECT_RESULT(KX_E_FAIL, SetText(kRoot, Under(u"c"), std::u16string(16384, u'n'), u"text"));
+    EXPECT_EQ((std::vector<std::u16string>{u"a", u"c"}), KeyNames(kRoot, kKey));
+    EXPECT_EQ((std::vector<std::u16string>{u"b"}), KeyNames(kRoot, Under(u"a")));
+    EXPECT_TRUE(Values(kRoot, Under(u"a\\b")).empty());
+}
+
 TEST_F(Registry, RootItselfHoldsValuesToo) {
     EXPECT_RESULT(KX_S_OK, SetText(KX_HKEY_CONFIG, u"", u"KxTestValue", u"text"));
     EXPECT_EQ(u"text", GetText(KX_HKEY_CONFIG, u"", u"KxTestValue"));

@@ -47,6 +47,10 @@ OpenedKey* FromHandle(KeyHandle handle) {
     return reinterpret_cast<OpenedKey*>(handle);
 }
 
+std::u16string_view View(const char16_t* text) {
+    return text != nullptr ? text : std::u16string_view();
+}
+
 NativeError Locate(KeyHandle parent, const char16_t* path, Place* place) {
     switch (parent) {
         case kHiveClasses:
@@ -63,7 +67,7 @@ NativeError Locate(KeyHandle parent, const char16_t* path, Place* place) {
         default:
             *place = {FromHandle(parent)->store, FromHandle(parent)->path};
     }
-    const NativeError error = AppendFoldedPath(place->path, path);
+    const NativeError error = AppendFoldedPath(place->path, View(path));
     place->isHive = place->path.find('\\') == std::string::npos;
     return error;
 }
@@ -71,7 +75,7 @@ NativeError Locate(KeyHandle parent, const char16_t* path, Place* place) {
 NativeError LocateValue(KeyHandle hive, const char16_t* path, const char16_t* name, Place* place,
                         std::string* folded) {
     const NativeError error = Locate(hive, path, place);
-    return error == kSuccess ? FoldValueName(*folded, name) : error;
+    return error == kSuccess ? FoldValueName(*folded, View(name)) : error;
 }
 
 // The floor has no exceptions: exhausted memory is a native error like any other.
@@ -117,6 +121,20 @@ NativeError FindOrCreateKey(Connection& connection, const Place& place, std::u16
         if (error == kSuccess) error = FindKey(connection, path, id);
     }
     return error;
+}
+
+NativeError WriteValue(Connection& connection, std::int64_t key, std::u16string_view name,
+                       std::uint32_t type, const void* data, std::uint32_t length) {
+    std::string folded;
+    if (const NativeError error = FoldValueName(folded, name); error != kSuccess) return error;
+    const std::string written = Utf8FromUtf16(name);
+    return connection.Start(Query::writeValue)
+        .Bind(key)
+        .Bind(folded)
+        .Bind(written)
+        .Bind(std::int64_t{type})
+        .BindData(data, length)
+        .Finish();
 }
 
 bool IsText(std::uint32_t type) {
@@ -221,29 +239,24 @@ NativeError QueryValue(KeyHandle hive, std::uint32_t, const char16_t* path, cons
     });
 }
 
+// The keys on the path come into being even if the value then can't be written.
 NativeError SetValue(KeyHandle hive, std::uint32_t, bool, const char16_t* path,
                      const char16_t* name, std::uint32_t type, const void* data,
                      std::uint32_t length) {
     return Floor([&]() -> NativeError {
         Place place;
-        std::string folded;
-        if (const NativeError error = LocateValue(hive, path, name, &place, &folded);
-            error != kSuccess) {
-            return error;
-        }
-        const std::string written = Utf8FromUtf16(name);
-        return place.store->Transact(IfMissing::make, [&](Connection& connection) {
-            std::int64_t key = kNoKey;
-            const NativeError error = FindOrCreateKey(connection, place, path, &key);
-            if (error != kSuccess) return error;
-            return connection.Start(Query::writeValue)
-                .Bind(key)
-                .Bind(folded)
-                .Bind(written)
-                .Bind(std::int64_t{type})
-                .BindData(data, length)
-                .Finish();
-        });
+        if (const NativeError error = Locate(hive, path, &place); error != kSuccess) return error;
+        NativeError written = kSuccess;
+        const NativeError error =
+            place.store->Transact(IfMissing::make, [&](Connection& connection) {
+                std::int64_t key = kNoKey;
+                const NativeError made = FindOrCreateKey(connection, place, View(path), &key);
+                if (made == kSuccess) {
+                    written = WriteValue(connection, key, View(name), type, data, length);
+                }
+                return made;
+            });
+        return written != kSuccess ? written : error;
     });
 }
 
