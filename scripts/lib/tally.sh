@@ -1,8 +1,11 @@
 # Runs parts of the suite and counts; sourced by the other scripts. Each part adds a line
 # "passed failed name" to the file $KX_TALLY, which a caller may share among several scripts.
 
-KX_TALLY=${KX_TALLY:-$(mktemp)}
-export KX_TALLY
+if [ -z "${KX_TALLY:-}" ]; then
+    KX_TALLY=$(mktemp)
+    export KX_TALLY
+    trap 'rm -f "$KX_TALLY"' EXIT
+fi
 
 # record NAME PASSED FAILED
 record() {

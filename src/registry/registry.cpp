@@ -2,7 +2,6 @@
 #include <kxcore7/result.h>
 #include <kxcore7/str.h>
 
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -128,8 +127,9 @@ std::optional<uint32_t> NativeTypeOfWrite(uint32_t type) {
 KXResult ExpandInPlace(void* data, uint32_t length, uint32_t capacity) {
     auto* const text = static_cast<char16_t*>(data);
     const size_t size = text != nullptr ? capacity / sizeof(char16_t) : 0;
-    const std::u16string raw(text != nullptr ? text : u"",
-                             std::min<size_t>(length / sizeof(char16_t), size));
+    // A read that succeeded has stored no more than there was room for.
+    const std::u16string raw =
+        text != nullptr ? std::u16string(text, length / sizeof(char16_t)) : std::u16string();
     std::vector<char16_t> expanded(size);
     if (platform::ExpandEnvironment(raw.c_str(), expanded.data(), size) > size) return KX_E_FAIL;
     KXStrNCpyW(text, expanded.data(), size);

@@ -32,7 +32,7 @@ class ClassFactory : public ::testing::Test {
   protected:
     void SetUp() override {
         for (const KXGUID& clsid : {kGoodClass, kRefusedClass, kBarrenClass, kReEntrantClass,
-                                    kSelfEntrantClass, kFlushingClass}) {
+                                    kSelfEntrantClass, kFlushingClass, kSlowClass}) {
             Register(clsid, std::filesystem::path(KXTEST_COMPONENT).u16string());
         }
     }
@@ -195,7 +195,14 @@ TEST_F(ClassFactory, ALibraryMayAskForAnotherClassWhileItIsAsked) {
 }
 
 TEST_F(ClassFactory, AnEntryThatAppearsMeanwhileIsReplaced) {
-    EXPECT_RESULT(KX_S_OK, Request(kSelfEntrantClass));
+    void* made = nullptr;
+    void* cached = nullptr;
+    EXPECT_RESULT(KX_S_OK, KXComGetClassObject(&kSelfEntrantClass, &kClassFactory, &made));
+    EXPECT_RESULT(KX_S_OK, KXComGetClassObject(&kSelfEntrantClass, &kClassFactory, &cached));
+    EXPECT_EQ(made, cached);
+    for (void* const factory : {made, cached}) {
+        IKXUnknown_Release(static_cast<IKXUnknown*>(factory));
+    }
     EXPECT_EQ(2, m_log.requests);
     EXPECT_EQ(1, m_log.liveFactories) << "the earlier one has lost its reference";
 }
@@ -229,6 +236,13 @@ TEST_F(ClassFactory, ManyThreadsLoadOnce) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(300, good.load());
     EXPECT_EQ(1, m_log.loads);
+    EXPECT_EQ(1, m_log.requests);
+}
+
+TEST_F(ClassFactory, AThreadThatAsksWhileALibraryIsLoadedWaitsForIt) {
+    std::thread other([] { EXPECT_RESULT(KX_S_OK, Request(kSlowClass)); });
+    EXPECT_RESULT(KX_S_OK, Request(kSlowClass));
+    other.join();
     EXPECT_EQ(1, m_log.requests);
 }
 
@@ -305,8 +319,9 @@ TEST_F(Module, ThatAnnouncedItselfIsServed) {
 
 TEST_F(Module, IsInTheSetOrOutWhateverItAnnouncedHowOften) {
     KXLibraryHandle library = 0;
-    KXModuleSetInitialized(kModule, 1);
     KXModuleSetInitialized(kModule, -1);
+    EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, KXModuleLibOpen(kModule, u"/nowhere", &library));
+    KXModuleSetInitialized(kModule, 1);
     EXPECT_RESULT(KX_S_OK, KXModuleSetInitialized(kModule, 0));
     EXPECT_RESULT(KX_CO_E_INIT_TLS, KXModuleLibOpen(kModule, u"/nowhere", &library));
     EXPECT_RESULT(KX_S_OK, KXModuleSetInitialized(kModule, 0)) << "taking out what is not in";

@@ -1,8 +1,10 @@
 #include "components/test_component.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 using namespace kx::test;
 
@@ -106,6 +108,7 @@ extern "C" KX_COMPONENT_EXPORT KXResult KX_METHOD DllGetClassObject(const KXGUID
     *out = nullptr;
     if (Is(*clsid, kRefusedClass)) return kRefusal;
     if (Is(*clsid, kReEntrantClass)) AskMeanwhile(kGoodClass);
+    if (Is(*clsid, kSlowClass)) std::this_thread::sleep_for(std::chrono::milliseconds(50));
     if (Is(*clsid, kSelfEntrantClass) && request == 1) AskMeanwhile(kSelfEntrantClass);
     auto* const factory = new Factory(*clsid);
     const KXResult result = factory->QueryInterface(iid, out);

@@ -30,6 +30,7 @@ inline constexpr KXGUID kBarrenClass = ClassId(3);       // CreateInstance: kBar
 inline constexpr KXGUID kReEntrantClass = ClassId(4);    // asks for the good class meanwhile
 inline constexpr KXGUID kSelfEntrantClass = ClassId(5);  // asks for itself meanwhile, once
 inline constexpr KXGUID kFlushingClass = ClassId(6);     // comes back when its factory goes
+inline constexpr KXGUID kSlowClass = ClassId(7);         // takes a while to answer
 inline constexpr KXGUID kUnknownInterface = ClassId(99);
 inline constexpr KXGUID kUnknown = KX_IID_UNKNOWN;
 inline constexpr KXGUID kClassFactory = KX_IID_CLASS_FACTORY;

@@ -33,6 +33,12 @@ TEST(Current, SleepLastsAtLeastAsLongAsAsked) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
 }
 
+TEST(Current, SleepCountsWholeSeconds) {
+    const auto start = std::chrono::steady_clock::now();
+    KXSleep(1000);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+}
+
 TEST(Current, SleepOfZeroAndYieldReturn) {
     KXSleep(0);
     EXPECT_RESULT(KX_S_OK, KXThreadYield());

@@ -24,6 +24,8 @@ TEST(Format, StringsAreWideAndNarrowAsOnTheDesignTarget) {
     EXPECT_EQ(u"a wide b", Formatted(u"a %lS b", u"wide"));
     EXPECT_EQ(u"a narrow b", Formatted(u"a %hs b", "narrow"));
     EXPECT_EQ(u"a narrow b", Formatted(u"a %S b", "narrow"));
+    EXPECT_EQ(u"a narrow b", Formatted(u"a %hhs b", "narrow"));
+    EXPECT_EQ(u"a wide b", Formatted(u"a %ws b", u"wide"));
 }
 
 TEST(Format, CharactersFollowTheStrings) {
@@ -38,7 +40,8 @@ TEST(Format, NumbersAreThoseOfTheCLibrary) {
     EXPECT_EQ(u"[   7][7   ][0007][+7]", Formatted(u"[%4d][%-4d][%04d][%+d]", 7, 7, 7, 7));
     EXPECT_EQ(u"[  007]", Formatted(u"[%*.*d]", 5, 3, 7));
     EXPECT_EQ(u"[7    ]", Formatted(u"[%*d]", -5, 7)) << "a negative width justifies left";
-    EXPECT_EQ(u"[7]", Formatted(u"[%.*d]", -1, 7)) << "a negative precision is none";
+    EXPECT_EQ(u"[0]", Formatted(u"[%.*d]", -1, 0)) << "a negative precision is none";
+    EXPECT_EQ(u"+7", Formatted(u"%+++++++++++++d", 7)) << "a flag counts once";
     EXPECT_EQ(u"1.50 1.5e+00 1.5", Formatted(u"%.2f %.1e %g", 1.5, 1.5, 1.5));
     EXPECT_EQ(u"2.5", Formatted(u"%Lg", 2.5L));
     EXPECT_EQ(u"%", Formatted(u"%%"));
@@ -51,6 +54,7 @@ TEST(Format, LengthsReadArgumentsOfTheirWidth) {
     EXPECT_EQ(u"-9000000000", Formatted(u"%I64d", std::int64_t{-9'000'000'000}));
     EXPECT_EQ(u"-9", Formatted(u"%I32d", std::int32_t{-9}));
     EXPECT_EQ(u"12", Formatted(u"%Iu", std::size_t{12}));
+    EXPECT_EQ(u"-9000000000", Formatted(u"%Id", std::ptrdiff_t{-9'000'000'000}));
     EXPECT_EQ(u"12 -13", Formatted(u"%zu %td", std::size_t{12}, std::ptrdiff_t{-13}));
     EXPECT_EQ(u"18446744073709551615", Formatted(u"%ju", UINTMAX_MAX));
     EXPECT_EQ(u"ffffffffffffffff", Formatted(u"%llx", ~0ULL));
@@ -77,6 +81,7 @@ TEST(Format, CountIsNotWritten) {
     int count = 77;
     EXPECT_EQ(u"ab", Formatted(u"a%nb", &count));
     EXPECT_EQ(77, count);
+    EXPECT_EQ(u"5", Formatted(u"%n%d", &count, 5)) << "its argument is passed over";
 }
 
 TEST(Format, WhatIsNoConversionStandsAsWritten) {
@@ -84,6 +89,7 @@ TEST(Format, WhatIsNoConversionStandsAsWritten) {
     EXPECT_EQ(u"%", Formatted(u"%"));
     EXPECT_EQ(u"a%-5", Formatted(u"a%-5"));
     EXPECT_EQ(u"%\u0416", Formatted(u"%\u0416"));
+    EXPECT_EQ(u"%\u012Bd", Formatted(u"%\u012Bd", 5)) << "its low byte is a flag";
 }
 
 TEST(Format, HugeFieldsAreCut) {
@@ -106,6 +112,7 @@ TEST(Format, OutputIsCutAtEverySizeWithATerminator) {
 TEST(Format, NarrowTextIsReadInTheLocale) {
     std::setlocale(LC_ALL, "C.UTF-8");
     EXPECT_EQ(u"\u00E9\U0001F600", Formatted(u"%hs", "\xC3\xA9\xF0\x9F\x98\x80"));
+    EXPECT_EQ(std::u16string(511, u'?'), Formatted(u"%hs", std::string(2'000, '\xFF').c_str()));
     EXPECT_EQ(u"a?(b", Formatted(u"%hs", "a\xC3(b")) << "a byte that is no character";
     std::setlocale(LC_ALL, "");
 }

@@ -4,6 +4,7 @@
 #include <kxcore7/mutex.h>
 
 #include "support/child_process.h"
+#include "support/environment.h"
 
 // A copy of the library that this program is not linked to.
 TEST(Loading, TheLibraryMayComeAndGo) {
@@ -21,6 +22,13 @@ TEST(Loading, TheLibraryMayComeAndGo) {
         EXPECT_EQ(0, dlclose(library));
         EXPECT_EQ(nullptr, dlopen(KXTEST_LIBRARY_COPY, RTLD_NOW | RTLD_NOLOAD));
     }
+}
+
+// Conversions follow the user's locale without the program's doing anything for it.
+TEST(Loading, StartUpTakesTheLocaleFromTheEnvironment) {
+    const kx::test::ScopedEnvironment locale("LC_ALL", "C.UTF-8");
+    kx::test::ChildProcess child(KXTEST_PROBE, {"locale"});
+    EXPECT_EQ("4", child.ReadLine());
 }
 
 // The loader's order at the end of a process: a static object of the program may still call.

@@ -168,6 +168,34 @@ TEST_F(Startup, ALockWithStatisticsThatNobodyDestroyedIsFreedAtShutdown) {
     EXPECT_EQ(0, reinterpret_cast<IMutex*>(destroyed)->DropReference());
 }
 
+TEST_F(Startup, WithoutTheStatisticsLockGoesOnAndRefusesLocksWithStatistics) {
+    int refusals = 0;
+    for (int allowed = 0; allowed < 20; ++allowed) {
+        {
+            const FailingNew failing(allowed, 1);
+            KXCoreInit();
+        }
+        if (EverythingIsBuilt()) {
+            KXMutexHandle mutex = 0;
+            const KXResult result = KXMutexCreate("m", KX_MUTEX_STATS, &mutex);
+            EXPECT_TRUE(result == KX_S_OK || result == KX_E_FAIL) << kx::test::Hex(result);
+            refusals += result == KX_E_FAIL ? 1 : 0;
+            if (result == KX_S_OK) KXMutexDestroy(mutex);
+        }
+        KXCoreTerm();
+    }
+    EXPECT_GT(refusals, 0);
+}
+
+TEST_F(Startup, KeepsAnAllocatorThatSomebodyElseStillHolds) {
+    EXPECT_RESULT(KX_S_OK, KXCoreInit());
+    g_data.allocator->AddRef();
+    EXPECT_RESULT(KX_S_OK, KXCoreTerm());
+    ASSERT_NE(nullptr, g_data.allocator);
+    EXPECT_EQ(0u, g_data.allocator->Release());
+    g_data.allocator = nullptr;
+}
+
 TEST_F(Startup, BasicServicesWorkWithoutIt) {
     void* block = nullptr;
     EXPECT_RESULT(KX_S_OK, KXMalloc(8, &block));

@@ -175,6 +175,8 @@ TEST_F(LockStats, AWaitIsMeasuredAndCountsAsContention) {
     EXPECT_EQ(1, record.contentionCount);
     EXPECT_GE(record.maxAcquireTime, 5'000);
     EXPECT_GE(record.totalAcquireTime, record.maxAcquireTime);
+    KXResetLockStats();
+    EXPECT_EQ(0, StatsOf(mutex).contentionCount);
     KXMutexDestroy(mutex);
 }
 
@@ -210,6 +212,19 @@ TEST_F(LockStats, ResetZeroesALivingLockAndItsReleaseStillMeasures) {
     EXPECT_EQ(1, record.heldCount);
     EXPECT_GE(record.maxHeldTime, 5'000);
     KXMutexDestroy(mutex);
+}
+
+TEST_F(LockStats, ALockThatCouldNotBeDestroyedIsListedStill) {
+    const KXMutexHandle mutex = Create(KX_MUTEX_STATS);
+    KXMutexAcquire(mutex);
+    KXMutexRelease(mutex);
+    {
+        const FailingNew failing;
+        EXPECT_RESULT(KX_E_OUTOFMEMORY, KXMutexDestroy(mutex));
+    }
+    KXResetLockStats();
+    EXPECT_EQ(0, StatsOf(mutex).acquireCount) << "the reset reached it";
+    EXPECT_RESULT(KX_S_OK, KXMutexDestroy(mutex));
 }
 
 TEST_F(LockStats, ADestroyedLockLivesUntilTheReset) {

@@ -1,13 +1,17 @@
+#include <dlfcn.h>
 #include <kxcore7/library.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "support/child_process.h"
+#include "support/environment.h"
 #include "support/results.h"
 #include "support/scratch_dir.h"
 
-using kx::test::ScratchDir;
+using namespace kx::test;
 
 namespace {
 
@@ -69,6 +73,33 @@ TEST(Library, FileThatIsNoLibraryFails) {
         std::ofstream(scratch / "text.so") << content;
         EXPECT_RESULT(KX_E_FAIL, Open(Wide(scratch / "text.so")));
     }
+}
+
+TEST(Library, PipeIsNoLibraryAndIsNotWaitedFor) {
+    const ScratchDir scratch;
+    ASSERT_EQ(0, mkfifo((scratch / "pipe.so").c_str(), 0600));
+    EXPECT_RESULT(KX_E_FAIL, Open(Wide(scratch / "pipe.so")));
+}
+
+TEST(Library, WithANeedThatNobodyMeetsFailsAtOnce) {
+    EXPECT_RESULT(KX_E_FAIL, Open(Wide(KXTEST_UNRESOLVED)));
+}
+
+TEST(Library, SharesItsNamesWithNobody) {
+    KXLibraryHandle library = KX_INVALID_HANDLE;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(kComponent.c_str(), &library));
+    EXPECT_EQ(nullptr, dlsym(RTLD_DEFAULT, "DllGetClassObject"));
+    KXLibClose(library);
+}
+
+TEST(Library, FoundBySearchButBrokenIsNotMissing) {
+    const ScratchDir scratch;
+    std::ofstream(scratch / "libkxtest-broken.so") << "no library";
+    const ScopedEnvironment path("LD_LIBRARY_PATH", scratch.Path().string());
+    ChildProcess broken(KXTEST_PROBE, {"open", "libkxtest-broken.so"});
+    EXPECT_EQ("0x80004005", broken.ReadLine());
+    ChildProcess missing(KXTEST_PROBE, {"open", "libkxtest-broken"});
+    EXPECT_EQ("0x80070002", missing.ReadLine());
 }
 
 TEST(Library, DirectoryIsRefused) {

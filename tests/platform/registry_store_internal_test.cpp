@@ -110,6 +110,20 @@ TEST_F(RegistryStore, UsersStoreIsPrivate) {
     }
 }
 
+TEST_F(RegistryStore, MachinesStoreIsReadableByAll) {
+    const mode_t mask = umask(022);
+    const std::filesystem::path directory = m_registry.Directory() / "new";
+    const ScopedEnvironment variable("KX_REGISTRY_DIR", directory.string());
+    EXPECT_RESULT(KX_S_OK, SetText(KX_HKEY_CONFIG, u"Key", u"v", u"text"));
+    umask(mask);
+    struct stat status {};
+    ASSERT_EQ(0, stat((directory / "machine.db").c_str(), &status));
+    EXPECT_EQ(0644u, status.st_mode & 0777);
+    ASSERT_EQ(0, stat(directory.c_str(), &status));
+    EXPECT_EQ(0755u, status.st_mode & 0777);
+    CloseRegistry();
+}
+
 TEST_F(RegistryStore, AnEmptyFileBecomesAStore) {
     WriteFile("");
     EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Get());
@@ -142,6 +156,31 @@ TEST_F(RegistryStore, ADatabaseOfSomebodyElseIsRefusedAndLeft) {
               sqlite3_exec(database, "CREATE TABLE recipes (name)", nullptr, nullptr, nullptr));
     sqlite3_close(database);
     ExpectUnusable(KX_E_FAIL, KX_E_FAIL);
+}
+
+TEST_F(RegistryStore, AStoreOfALaterVersionIsRefusedAndLeft) {
+    Set();
+    CloseRegistry();
+    sqlite3* database = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(UserStore().c_str(), &database));
+    sqlite3_exec(database, "PRAGMA user_version = 99", nullptr, nullptr, nullptr);
+    sqlite3_close(database);
+    ExpectUnusable(KX_E_FAIL, KX_E_FAIL);
+}
+
+TEST_F(RegistryStore, ARemovedKeyLeavesNothingInTheFile) {
+    Set();
+    EXPECT_EQ(0, KXRegistryDeleteKey(KX_HKEY_USER, u"Key"));
+    CloseRegistry();
+    sqlite3* database = nullptr;
+    sqlite3_stmt* count = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(UserStore().c_str(), &database));
+    ASSERT_EQ(SQLITE_OK,
+              sqlite3_prepare_v2(database, "SELECT count(*) FROM vals", -1, &count, nullptr));
+    ASSERT_EQ(SQLITE_ROW, sqlite3_step(count));
+    EXPECT_EQ(0, sqlite3_column_int(count, 0));
+    sqlite3_finalize(count);
+    sqlite3_close(database);
 }
 
 TEST_F(RegistryStore, ADirectoryInItsPlaceIsRefused) {
@@ -213,6 +252,53 @@ TEST_F(RegistryStore, WithoutAVariableIsUnderTheUsersData) {
     }
 }
 
+TEST_F(RegistryStore, AnEmptyVariableIsNone) {
+    const ScopedEnvironment none("KX_REGISTRY_DIR", "");
+    const ScopedEnvironment data("XDG_DATA_HOME", m_registry.Directory().Path().string());
+    EXPECT_RESULT(KX_S_OK, Set());
+    EXPECT_TRUE(std::filesystem::exists(m_registry.Directory() / "kxcore7/user.db"));
+    CloseRegistry();
+}
+
+namespace {
+
+// The exit status of a forked child: how many descriptors of the store it has inherited.
+int InheritedDescriptors() {
+    const pid_t child = fork();
+    if (child == 0) {
+        int inherited = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            const std::string target = std::filesystem::read_symlink(entry, gone).string();
+            inherited += target.find("user.db") != std::string::npos ? 1 : 0;
+        }
+        _exit(inherited);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+}  // namespace
+
+// SQLite's connections do not survive a fork: they are closed ahead of it.
+TEST_F(RegistryStore, AForkAfterAWriteInheritsNoConnection) {
+    EXPECT_RESULT(KX_S_OK, Set());
+    EXPECT_EQ(0, InheritedDescriptors());
+    EXPECT_RESULT(KX_S_OK, Get());
+}
+
+TEST_F(RegistryStore, AForkAfterAReadInheritsNoConnection) {
+    const pid_t writer = fork();
+    if (writer == 0) _exit(Set() == 0 ? 0 : 1);
+    int status = -1;
+    ASSERT_EQ(writer, waitpid(writer, &status, 0));
+    ASSERT_EQ(0, status);
+    EXPECT_RESULT(KX_S_OK, Get());
+    EXPECT_EQ(0, InheritedDescriptors());
+    EXPECT_RESULT(KX_S_OK, Get());
+}
+
 TEST_F(RegistryStore, ServesBothSidesOfAFork) {
     EXPECT_RESULT(KX_S_OK, Set());
     const pid_t child = fork();
@@ -275,6 +361,8 @@ TEST_F(RegistryStore, LeavesNoDescriptorBehind) {
     const auto before = descriptors();
     Set();
     Get();
+    EXPECT_RESULT(KX_S_OK, SetText(KX_HKEY_CONFIG, u"Key", u"v", u"text"));
+    EXPECT_EQ(u"text", GetText(KX_HKEY_CONFIG, u"Key", u"v"));
     EXPECT_GT(descriptors(), before);
     CloseRegistry();
     EXPECT_EQ(before, descriptors());

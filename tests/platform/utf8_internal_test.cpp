@@ -50,8 +50,9 @@ TEST(Utf8, BytesThatAreNoUtf8TravelAsLoneLowSurrogates) {
     EXPECT_EQ((std::u16string{u'a', char16_t(0xDC80), char16_t(0xDCFF), u'b'}),
               WideFromPath("a\x80\xFF"
                            "b"));
-    for (const char* const bad : {"\xC0\x80", "\xC3", "\xE4\xB8", "\xED\xA0\x80",
-                                  "\xF5\x80\x80\x80", "\xF0\x80\x80\x80", "\xF4\x90\x80\x80"}) {
+    for (const char* const bad :
+         {"\xC0\x80", "\xC3", "\xE4\xB8", "\xED\xA0\x80", "\xF5\x80\x80\x80", "\xF0\x80\x80\x80",
+          "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80"}) {
         for (const char16_t unit : WideFromPath(bad)) {
             EXPECT_TRUE(unit >= 0xDC80 && unit <= 0xDCFF) << bad;
         }

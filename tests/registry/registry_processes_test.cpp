@@ -101,6 +101,15 @@ TEST(RegistryProcesses, AProcessKilledWhileItMakesTheStoreLeavesOneThatOpens) {
     }
 }
 
+TEST(RegistryProcesses, CompareNamesAlikeInEveryLocale) {
+    const ScratchRegistry registry;
+    for (const char* const name : {"C", "C.UTF-8"}) {
+        const ScopedEnvironment locale("LC_ALL", name);
+        ChildProcess child(KXTEST_PROBE, {"fold"});
+        EXPECT_EQ("0x00000000", child.ReadLine()) << name;
+    }
+}
+
 TEST(RegistryProcesses, ThreadsReadAndWriteAtOnce) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {

@@ -229,6 +229,19 @@ TEST_F(Registry, ABufferTooSmallIsToldTheSize) {
     }
 }
 
+TEST_F(Registry, TextStoredWithoutATerminatorGetsOneWhereThereIsRoom) {
+    KXRegistrySetValue(kRoot, kKey, u"v", KX_REG_SZ, u"ab", 4);
+    for (std::uint32_t capacity = 4; capacity < 8; ++capacity) {
+        char data[8];
+        std::memset(data, '#', sizeof data);
+        std::uint32_t bytes = capacity;
+        EXPECT_RESULT(KX_S_OK, KXRegistryGetValue(kRoot, kKey, u"v", nullptr, data, &bytes));
+        EXPECT_EQ(4u, bytes);
+        const std::string behind = capacity < 6 ? "####" : std::string("\0\0##", 4);
+        EXPECT_EQ(behind, std::string(data + 4, 4)) << capacity;
+    }
+}
+
 TEST_F(Registry, OutputsThatAreNotWantedMayBeNull) {
     SetText(kRoot, kKey, u"v", u"12345");
     std::uint32_t type = 99;

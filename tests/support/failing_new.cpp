@@ -7,13 +7,27 @@ namespace {
 
 constexpr int kUnlimited = -1;
 thread_local int t_allowed = kUnlimited;
+thread_local int t_failures = 0;
+
+// Whether this allocation is one that has to fail.
+bool Fails() {
+    if (t_allowed == kUnlimited) return false;
+    if (t_allowed > 0) {
+        --t_allowed;
+        return false;
+    }
+    if (t_failures > 0) --t_failures;
+    if (t_failures == 0) t_allowed = kUnlimited;
+    return true;
+}
 
 }  // namespace
 
 namespace kx::test {
 
-FailingNew::FailingNew(int allowed) {
+FailingNew::FailingNew(int allowed, int failures) {
     t_allowed = allowed;
+    t_failures = failures;
 }
 FailingNew::~FailingNew() {
     t_allowed = kUnlimited;
@@ -22,8 +36,7 @@ FailingNew::~FailingNew() {
 }  // namespace kx::test
 
 void* operator new(std::size_t size) {
-    if (t_allowed == 0) throw std::bad_alloc();
-    if (t_allowed > 0) --t_allowed;
+    if (Fails()) throw std::bad_alloc();
     if (void* const block = std::malloc(size != 0 ? size : 1)) return block;
     throw std::bad_alloc();
 }

@@ -6,8 +6,10 @@ namespace kx::test {
 
 class FailingNew final {
   public:
-    // Lets so many allocations succeed first.
-    explicit FailingNew(int allowed = 0);
+    static constexpr int kAll = -1;
+
+    // Lets so many allocations succeed first, then fails so many.
+    explicit FailingNew(int allowed = 0, int failures = kAll);
     ~FailingNew();
     FailingNew(const FailingNew&) = delete;
     FailingNew& operator=(const FailingNew&) = delete;

@@ -11,8 +11,9 @@ namespace kx::platform {
 using test::g_clock;
 
 bool PerformanceCounter(std::int64_t* ticks) noexcept {
-    if (g_clock.hasPerformanceCounter) *ticks = g_clock.performanceCounter;
-    return g_clock.hasPerformanceCounter;
+    if (!g_clock.hasPerformanceCounter) return false;
+    *ticks = g_clock.performanceCounter += g_clock.performanceStep;
+    return true;
 }
 
 bool PerformanceFrequency(std::int64_t* ticksPerSecond) noexcept {

@@ -11,6 +11,7 @@ namespace kx::test {
 struct FakeClock {
     bool hasPerformanceCounter = true;
     std::int64_t performanceCounter = 0;
+    std::int64_t performanceStep = 0;  // how far each look moves the counter
     std::int64_t performanceFrequency = 1;
     std::uint32_t tickCount = 0;
     std::uint64_t systemTime = 0;

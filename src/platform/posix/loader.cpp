@@ -1,7 +1,6 @@
 #include "platform/loader.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,15 +16,18 @@
 namespace kx::platform {
 namespace {
 
-// Why a library at a path could not be loaded. The loader's own message is translated and names no
-// number, so the file is asked: if it can be read, what was wrong is in it.
-NativeError WhyNotLoaded(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (file < 0) return NativeErrorFromErrno(errno);
+// Whether there is a file at the path at all. The loader would wait for a writer of a pipe.
+NativeError CheckIsFile(const std::string& path) {
     struct stat status {};
-    const bool directory = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
-    close(file);
-    return directory ? kAccessDenied : kBadExecutableFormat;
+    if (stat(path.c_str(), &status) != 0) return NativeErrorFromErrno(errno);
+    if (S_ISDIR(status.st_mode)) return kAccessDenied;
+    return S_ISREG(status.st_mode) ? kSuccess : kBadExecutableFormat;
+}
+
+// Why a file could not be loaded. The loader's own message is translated and names no number, so
+// the file is asked: if it can be read, what was wrong is in it.
+NativeError WhyNotLoaded(const std::string& path) {
+    return access(path.c_str(), R_OK) == 0 ? kBadExecutableFormat : NativeErrorFromErrno(errno);
 }
 
 // Why a library that was searched for could not be loaded. The message begins with the name as it
@@ -62,10 +64,14 @@ NativeError OpenLibrary(const char16_t* path, std::uintptr_t* handle) {
     const std::string name = PathFromWide(path);
     // The empty name would denote the program itself.
     if (name.empty()) return kFileNotFound;
+    const bool isPath = name.find('/') != std::string::npos;
+    if (isPath) {
+        if (const NativeError error = CheckIsFile(name); error != kSuccess) return error;
+    }
     void* const library = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
         const char* const message = dlerror();
-        if (name.find('/') != std::string::npos) return WhyNotLoaded(name);
+        if (isPath) return WhyNotLoaded(name);
         return WhyNotFound(name, message != nullptr ? message : "");
     }
     *handle = reinterpret_cast<std::uintptr_t>(library);
