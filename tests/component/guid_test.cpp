@@ -96,6 +96,15 @@ TEST(Guid, WrittenAndReadIsTheSame) {
     }
 }
 
+TEST(Guid, GeneratedOnesSayThatTheyAreRandom) {
+    for (int i = 0; i < 32; ++i) {
+        KXGUID guid;
+        KXComGenerateGUID(&guid);
+        EXPECT_EQ(4, guid.data3 >> 12);
+        EXPECT_EQ(2, guid.data4[0] >> 6);
+    }
+}
+
 TEST(Guid, GeneratedOnesDiffer) {
     KXGUID a;
     KXGUID b;

@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,6 +19,8 @@
 #include "support/results.h"
 
 namespace {
+
+constexpr char kPrompt[] = "(a)bort, (r)etry or (i)gnore? ";
 
 // A child of the test on a pseudo-terminal of its own, which is its controlling terminal.
 class ChildOnATerminal final {
@@ -38,6 +41,12 @@ class ChildOnATerminal final {
     ChildOnATerminal(const ChildOnATerminal&) = delete;
     ChildOnATerminal& operator=(const ChildOnATerminal&) = delete;
 
+    // Waits for the prompt; what the screen shows with it.
+    std::string ReadPrompt() {
+        const std::string shown = ReadUpTo(kPrompt);
+        EXPECT_TRUE(shown.ends_with(kPrompt)) << shown;
+        return shown;
+    }
     // What the screen shows up to and with the text.
     std::string ReadUpTo(const std::string& text) {
         std::string shown;
@@ -62,8 +71,6 @@ class ChildOnATerminal final {
     pid_t m_child = -1;
 };
 
-constexpr char kPrompt[] = "(a)bort, (r)etry or (i)gnore? ";
-
 void Ask() {
     KXErrorAlert(KX_ALERT_DIALOG, u"Gr\u00FC\u00DFe", u"Tank %d is leaking", 3);
 }
@@ -72,7 +79,7 @@ void Ask() {
 
 TEST(Alert, QuestionOnATerminalShowsItsTextAndTakesIgnore) {
     ChildOnATerminal child(Ask);
-    const std::string shown = child.ReadUpTo(kPrompt);
+    const std::string shown = child.ReadPrompt();
     EXPECT_NE(std::string::npos, shown.find("Gr\u00FC\u00DFe [Process ID "));
     EXPECT_NE(std::string::npos, shown.find("Tank 3 is leaking"));
     EXPECT_NE(std::string::npos, shown.find("Press retry to debug the application."));
@@ -82,21 +89,37 @@ TEST(Alert, QuestionOnATerminalShowsItsTextAndTakesIgnore) {
 
 TEST(Alert, QuestionOnATerminalIsAskedAgainUntilItIsAnswered) {
     ChildOnATerminal child(Ask);
-    child.ReadUpTo(kPrompt);
+    child.ReadPrompt();
     child.Type("what?\n");
-    child.ReadUpTo(kPrompt);
+    child.ReadPrompt();
     child.Type("\n");
-    child.ReadUpTo(kPrompt);
+    child.ReadPrompt();
     child.Type("Ignore\n");
     EXPECT_EQ(0, child.Wait());
 }
 
 TEST(Alert, AbortOnATerminalEndsTheProcess) {
+    for (const char* const answer : {"a\n", "Abort\n"}) {
+        ChildOnATerminal child(Ask);
+        child.ReadPrompt();
+        child.Type(answer);
+        const int status = child.Wait();
+        ASSERT_TRUE(WIFSIGNALED(status));
+        EXPECT_EQ(SIGABRT, WTERMSIG(status));
+    }
+}
+
+TEST(Alert, SignalsDoNotAnswerAQuestion) {
     ChildOnATerminal child([] {
-        signal(SIGABRT, SIG_DFL);
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, nullptr);
+        const itimerval often{{0, 5'000}, {0, 5'000}};
+        setitimer(ITIMER_REAL, &often, nullptr);
         Ask();
     });
-    child.ReadUpTo(kPrompt);
+    child.ReadPrompt();
+    usleep(50'000);
     child.Type("a\n");
     const int status = child.Wait();
     ASSERT_TRUE(WIFSIGNALED(status));
@@ -104,17 +127,19 @@ TEST(Alert, AbortOnATerminalEndsTheProcess) {
 }
 
 TEST(Alert, RetryOnATerminalBreaksIntoTheDebugger) {
-    ChildOnATerminal child(Ask);
-    child.ReadUpTo(kPrompt);
-    child.Type("r\n");
-    const int status = child.Wait();
-    ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(SIGTRAP, WTERMSIG(status));
+    for (const char* const answer : {"r\n", "Retry\n"}) {
+        ChildOnATerminal child(Ask);
+        child.ReadPrompt();
+        child.Type(answer);
+        const int status = child.Wait();
+        ASSERT_TRUE(WIFSIGNALED(status));
+        EXPECT_EQ(SIGTRAP, WTERMSIG(status));
+    }
 }
 
 TEST(Alert, EndOfInputOnATerminalIsIgnore) {
     ChildOnATerminal child(Ask);
-    child.ReadUpTo(kPrompt);
+    child.ReadPrompt();
     child.Type("\x04");
     EXPECT_EQ(0, child.Wait());
 }
@@ -223,6 +248,13 @@ TEST(Alert, TraceGoesToTheStandardError) {
     const std::string output = ::testing::internal::GetCapturedStderr();
     EXPECT_EQ('[', output[0]);
     EXPECT_NE(std::string::npos, output.find("]caf\u00E9 7\n"));
+}
+
+TEST(Alert, TraceOfTheLongestTextArrivesWhole) {
+    ::testing::internal::CaptureStderr();
+    KXTrace(u"%s", std::u16string(511, u'\u4E2D').c_str());
+    const std::string output = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(3u * 511, output.size() - (output.find(']') + 1));
 }
 
 TEST(AlertDeathTest, AssertWithoutAMethodBreaks) {

@@ -1,4 +1,5 @@
 #include <kxcore7/calendar.h>
+#include <kxcore7/current.h>
 
 #include <cstddef>
 #include <ctime>
@@ -144,6 +145,72 @@ TEST(Calendar, ZoneKnowsDaylightTimeAndBothNames) {
         EXPECT_EQ(5 * 3600, zone.offset);
         EXPECT_EQ(std::u16string(u"STD"), zone.standardName);
         EXPECT_EQ(std::u16string(u"DST"), zone.daylightName);
+    }
+}
+
+TEST(Calendar, AZoneThatChangesIsFollowedAtOnce) {
+    KXTimeRecord first{};
+    KXTimeRecord second{};
+    {
+        const ScopedEnvironment zone("TZ", "XYZ-3");
+        EXPECT_RESULT(KX_S_OK, KXTimeFromPosix(0, &first));
+    }
+    {
+        const ScopedEnvironment zone("TZ", "XYZ-9");
+        EXPECT_RESULT(KX_S_OK, KXTimeFromPosix(0, &second));
+    }
+    EXPECT_EQ(3, first.hour);
+    EXPECT_EQ(9, second.hour);
+    do {  // again if an hour began in between
+        {
+            const ScopedEnvironment zone("TZ", "XYZ-3");
+            KXTimeGetLocal(&first);
+        }
+        const ScopedEnvironment zone("TZ", "XYZ-9");
+        KXTimeGetLocal(&second);
+    } while (first.minute > second.minute);
+    EXPECT_EQ((first.hour + 6) % 24, second.hour);
+}
+
+TEST(Calendar, ZoneKnowsDaylightTimeThatIsMonthsAhead) {
+    const std::time_t now = std::time(nullptr);
+    std::tm today{};
+    gmtime_r(&now, &today);
+    const auto day = [&](int ahead) {
+        return std::to_string((today.tm_yday + ahead + 364) % 365 + 1);
+    };
+    const ScopedEnvironment variable("TZ", "STD5DST4,J" + day(200) + "/12,J" + day(300) + "/12");
+    KXTimeZoneInfo zone{};
+    EXPECT_RESULT(KX_S_OK, KXTimeGetZone(&zone));
+    EXPECT_EQ(0, zone.daylight);
+    EXPECT_EQ(std::u16string(u"DST"), zone.daylightName);
+}
+
+TEST(Calendar, ZoneNamesAreKeptUpTo31Units) {
+    KXTimeZoneInfo zone{};
+    {
+        const ScopedEnvironment variable("TZ", "<LONGNAME+03>-3");
+        EXPECT_RESULT(KX_S_OK, KXTimeGetZone(&zone));
+        EXPECT_EQ(std::u16string(u"LONGNAME+03"), zone.standardName);
+    }
+    const ScopedEnvironment variable("TZ", std::string(40, 'A') + "-3");
+    EXPECT_RESULT(KX_S_OK, KXTimeGetZone(&zone));
+    EXPECT_EQ(std::u16string(31, u'A'), zone.standardName);
+}
+
+TEST(Calendar, MillisecondsAreThoseOfTheClock) {
+    for (int checked = 0; checked < 5; ++checked) {
+        std::timespec before{};
+        std::timespec after{};
+        KXTimeRecord time{};
+        do {  // again if a second began in between
+            std::timespec_get(&before, TIME_UTC);
+            KXTimeGetSystem(&time);
+            std::timespec_get(&after, TIME_UTC);
+        } while (before.tv_sec != after.tv_sec);
+        EXPECT_LE(before.tv_nsec / 1'000'000, time.milliseconds);
+        EXPECT_GE(after.tv_nsec / 1'000'000, time.milliseconds);
+        KXSleep(37);
     }
 }
 

@@ -2,6 +2,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <kxcore7/mutex.h>
+#include <kxcore7/registry.h>
+
+#include <filesystem>
+#include <iterator>
 
 #include "support/child_process.h"
 #include "support/environment.h"
@@ -22,6 +26,22 @@ TEST(Loading, TheLibraryMayComeAndGo) {
         EXPECT_EQ(0, dlclose(library));
         EXPECT_EQ(nullptr, dlopen(KXTEST_LIBRARY_COPY, RTLD_NOW | RTLD_NOLOAD));
     }
+}
+
+TEST(Loading, TheLibraryGoesWithItsFiles) {
+    const auto descriptors = [] {
+        using Iterator = std::filesystem::directory_iterator;
+        return std::distance(Iterator("/proc/self/fd"), Iterator());
+    };
+    const auto before = descriptors();
+    void* const library = dlopen(KXTEST_LIBRARY_COPY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(nullptr, library) << dlerror();
+    const auto set =
+        reinterpret_cast<decltype(&KXRegistrySetValue)>(dlsym(library, "KXRegistrySetValue"));
+    EXPECT_EQ(0, set(KX_HKEY_USER, u"Key", u"v", KX_REG_SZ, u"", 2));
+    EXPECT_GT(descriptors(), before);
+    EXPECT_EQ(0, dlclose(library));
+    EXPECT_EQ(before, descriptors());
 }
 
 // Conversions follow the user's locale without the program's doing anything for it.

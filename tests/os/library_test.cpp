@@ -75,6 +75,12 @@ TEST(Library, FileThatIsNoLibraryFails) {
     }
 }
 
+TEST(Library, LinkToItselfIsRefused) {
+    const ScratchDir scratch;
+    std::filesystem::create_symlink("loop.so", scratch / "loop.so");
+    EXPECT_RESULT(KX_E_ACCESSDENIED, Open(Wide(scratch / "loop.so")));
+}
+
 TEST(Library, PipeIsNoLibraryAndIsNotWaitedFor) {
     const ScratchDir scratch;
     ASSERT_EQ(0, mkfifo((scratch / "pipe.so").c_str(), 0600));

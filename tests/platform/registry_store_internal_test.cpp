@@ -13,6 +13,7 @@
 #include <iterator>
 #include <string>
 
+#include "platform/posix/registry_store.h"
 #include "platform/registry.h"
 #include "support/results.h"
 #include "support/scratch_registry.h"
@@ -78,6 +79,33 @@ int InUnprivilegedChild(Call&& call) {
 }
 
 }  // namespace
+
+TEST(RegistryErrors, OfSqliteBecomeNativeOnes) {
+    using namespace kx::platform;
+    static constexpr struct {
+        int code;
+        NativeError native;
+    } kTable[] = {
+        {SQLITE_OK, kSuccess},
+        {SQLITE_ROW, kSuccess},
+        {SQLITE_DONE, kSuccess},
+        {SQLITE_NOMEM, kOutOfMemory},
+        {SQLITE_IOERR_NOMEM, kOutOfMemory},
+        {SQLITE_BUSY, kBusy},
+        {SQLITE_BUSY_SNAPSHOT, kBusy},
+        {SQLITE_LOCKED, kBusy},
+        {SQLITE_READONLY, kAccessDenied},
+        {SQLITE_PERM, kAccessDenied},
+        {SQLITE_NOTADB, kBadDatabase},
+        {SQLITE_CORRUPT, kBadDatabase},
+        {SQLITE_FULL, kDiskFull},
+        {SQLITE_IOERR_READ, kRegistryIoFailed},
+        {SQLITE_CONSTRAINT, kRegistryIoFailed},
+    };
+    for (const auto& row : kTable) {
+        EXPECT_EQ(row.native, NativeErrorFromSqlite(nullptr, row.code)) << row.code;
+    }
+}
 
 TEST_F(RegistryStore, ReadingWhereThereIsNoneFindsNothingAndMakesNothing) {
     EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Get());

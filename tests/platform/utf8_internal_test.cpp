@@ -52,7 +52,7 @@ TEST(Utf8, BytesThatAreNoUtf8TravelAsLoneLowSurrogates) {
                            "b"));
     for (const char* const bad :
          {"\xC0\x80", "\xC3", "\xE4\xB8", "\xED\xA0\x80", "\xF5\x80\x80\x80", "\xF0\x80\x80\x80",
-          "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80"}) {
+          "\xF0\x8F\xBF\xBF", "\xE0\x9F\xBF", "\xC1\xBF", "\xF4\x90\x80\x80"}) {
         for (const char16_t unit : WideFromPath(bad)) {
             EXPECT_TRUE(unit >= 0xDC80 && unit <= 0xDCFF) << bad;
         }

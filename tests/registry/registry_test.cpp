@@ -334,6 +334,21 @@ TEST_F(RegistryExpansion, OfATypeOnlyReadFailsForWantOfRoom) {
     EXPECT_EQ(KX_REG_SZ, type);
 }
 
+TEST_F(RegistryExpansion, OfALengthOnlyReadTellsTheLengthAllTheSame) {
+    SetText(kRoot, kKey, u"v", u"%KXTEST_VALUE%", KX_REG_EXPAND_SZ);
+    for (std::uint32_t bytes : {0u, 100u}) {
+        std::uint32_t type = 99;
+        EXPECT_RESULT(KX_E_FAIL, KXRegistryGetValue(kRoot, kKey, u"v", &type, nullptr, &bytes));
+        EXPECT_EQ(BytesOf(u"%KXTEST_VALUE%"), bytes);
+    }
+}
+
+TEST_F(RegistryExpansion, CarriesBytesThatAreNoUtf8) {
+    const ScopedEnvironment variable("KXTEST_\xFF", "v\xFE");
+    EXPECT_EQ((std::u16string{u'v', char16_t(0xDCFE)}),
+              ReadRaw(u"%KXTEST_" + std::u16string(1, char16_t(0xDCFF)) + u"%", 64).text);
+}
+
 TEST_F(RegistryExpansion, PassesOverWhatIsNoVariable) {
     EXPECT_EQ(u"50% of it", ReadRaw(u"50% of it", 64).text);
     EXPECT_EQ(u"%KXTEST_NONE%", ReadRaw(u"%KXTEST_NONE%", 64).text);
@@ -512,6 +527,24 @@ TEST_F(Registry, WalkWithANameBufferTooSmallLosesTheEntry) {
     }
     KXRegistryCloseEnum(keys);
     KXRegistryCloseEnum(values);
+}
+
+TEST_F(Registry, WalkGoesOnBehindALostEntryWhateverIsRemovedMeanwhile) {
+    for (const char16_t* name : {u"a", u"long-name", u"m", u"z"}) {
+        SetText(kRoot, Under(name), u"v", u"text");
+    }
+    KXRegistryEnumHandle walk = 0;
+    ASSERT_RESULT(KX_S_OK, KXRegistryOpenKeyEnum(kRoot, kKey, &walk));
+    char16_t name[3];
+    std::uint32_t length = 3;
+    EXPECT_RESULT(KX_S_OK, KXRegistryEnumNextKey(walk, name, &length));
+    length = 3;
+    EXPECT_RESULT(KX_E_FAIL, KXRegistryEnumNextKey(walk, name, &length));
+    EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, Under(u"a").c_str()));
+    length = 3;
+    EXPECT_RESULT(KX_S_OK, KXRegistryEnumNextKey(walk, name, &length));
+    EXPECT_EQ(std::u16string(u"m"), name);
+    KXRegistryCloseEnum(walk);
 }
 
 TEST_F(Registry, WalkWithADataBufferTooSmallLosesTheEntryAndTellsTheSize) {
