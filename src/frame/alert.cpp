@@ -12,7 +12,6 @@
 #include "frame/format.h"
 #include "frame/global_data.h"
 #include "platform/alerts.h"
-#include "platform/locale.h"
 #include "platform/processes.h"
 #include "platform/threads.h"
 

@@ -1,6 +1,8 @@
 #include <dlfcn.h>
 #include <kxcore7/library.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -73,6 +75,23 @@ TEST(Library, FileThatIsNoLibraryFails) {
         std::ofstream(scratch / "text.so") << content;
         EXPECT_RESULT(KX_E_FAIL, Open(Wide(scratch / "text.so")));
     }
+}
+
+// In a child without the rights of root, which no file mode binds.
+TEST(Library, FileThatMayNotBeReadIsRefused) {
+    const ScratchDir scratch;
+    std::filesystem::copy_file(KXTEST_COMPONENT, scratch / "secret.so");
+    std::filesystem::permissions(scratch / "secret.so", std::filesystem::perms::none);
+    std::filesystem::permissions(scratch.Path(), std::filesystem::perms::all);
+    const pid_t child = fork();
+    if (child == 0) {
+        constexpr uid_t kNobody = 65534;
+        if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) _exit(99);
+        _exit(Open(Wide(scratch / "secret.so")) == KX_E_ACCESSDENIED ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
 }
 
 TEST(Library, LinkToItselfIsRefused) {

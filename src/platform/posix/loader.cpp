@@ -1,12 +1,12 @@
 #include "platform/loader.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -27,7 +27,8 @@ NativeError CheckIsFile(const std::string& path) {
 // Why a file could not be loaded. The loader's own message is translated and names no number, so
 // the file is asked: if it can be read, what was wrong is in it.
 NativeError WhyNotLoaded(const std::string& path) {
-    return access(path.c_str(), R_OK) == 0 ? kBadExecutableFormat : NativeErrorFromErrno(errno);
+    const bool readable = faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0;
+    return readable ? kBadExecutableFormat : NativeErrorFromErrno(errno);
 }
 
 // Why a library that was searched for could not be loaded. The message begins with the name as it

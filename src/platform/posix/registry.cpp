@@ -118,7 +118,7 @@ NativeError FindOrCreateKey(Connection& connection, const Place& place, std::u16
                     .Bind(Utf8FromUtf16(name))
                     .Bind(path)
                     .Finish();
-        if (error == kSuccess) error = FindKey(connection, path, id);
+        if (error == kSuccess) *id = connection.InsertedId();
     }
     return error;
 }

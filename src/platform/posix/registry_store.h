@@ -101,6 +101,8 @@ class Connection final {
 
     // Rows that the latest statement changed.
     int Changes() const { return sqlite3_changes(m_database); }
+    // The id of the row that the latest insertion made.
+    std::int64_t InsertedId() const { return sqlite3_last_insert_rowid(m_database); }
 
   private:
     NativeError Open(const std::string& path, int flags);
