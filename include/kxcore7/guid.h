@@ -18,7 +18,8 @@ typedef struct KXGUID {
     uint8_t data4[8];
 } KXGUID;
 
-#ifndef GUID_DEFINED
+/* Where the system's headers have a GUID of their own, they may come before or behind this one. */
+#if !defined(KX_SYSTEM_HAS_GUID) && !defined(GUID_DEFINED)
 #define GUID_DEFINED
 typedef KXGUID GUID;
 #endif

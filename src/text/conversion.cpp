@@ -9,14 +9,15 @@
 namespace kx::core {
 namespace {
 
-// Asks for the length first, then converts into a string of that size.
+// Asks for the length first, then converts into a string of that size. A runtime may find only then
+// that a character can't be converted.
 template <typename To, typename From>
 std::basic_string<To> Convert(const From* text,
                               std::size_t (*convert)(To*, const From*, std::size_t)) {
     const std::size_t length = convert(nullptr, text, 0);
     if (length == platform::kConversionFailed) return {};
     std::basic_string<To> converted(length, To{});
-    convert(converted.data(), text, length);
+    if (convert(converted.data(), text, length) == platform::kConversionFailed) return {};
     return converted;
 }
 

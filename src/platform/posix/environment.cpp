@@ -35,8 +35,8 @@ const char* Variable(std::u16string_view name) {
 
 }  // namespace
 
-// A percent sign that begins no known variable stands for itself, and the one that ended the
-// attempt may begin the next.
+// What stands between two percent signs and is no known variable stays as it is, signs and all: the
+// second one begins nothing.
 std::size_t ExpandEnvironment(const char16_t* text, char16_t* out, std::size_t size) {
     BoundedText expanded(out, size);
     std::u16string_view rest = text != nullptr ? text : u"";
@@ -46,15 +46,15 @@ std::size_t ExpandEnvironment(const char16_t* text, char16_t* out, std::size_t s
         if (start == std::u16string_view::npos) break;
         rest.remove_prefix(start);
         const std::size_t end = rest.find(u'%', 1);
-        const char* const value =
-            end == std::u16string_view::npos ? nullptr : Variable(rest.substr(1, end - 1));
-        if (value == nullptr) {
-            const std::u16string_view literal = rest.substr(0, end);
-            expanded.Put(literal);
-            rest.remove_prefix(literal.size());
-            continue;
+        if (end == std::u16string_view::npos) {
+            expanded.Put(rest);
+            break;
         }
-        expanded.Put(WideFromPath(value));
+        if (const char* const value = Variable(rest.substr(1, end - 1))) {
+            expanded.Put(WideFromPath(value));
+        } else {
+            expanded.Put(rest.substr(0, end + 1));
+        }
         rest.remove_prefix(end + 1);
     }
     expanded.Put(std::u16string_view(u"\0", 1));

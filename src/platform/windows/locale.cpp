@@ -1,0 +1,17 @@
+#include "platform/locale.h"
+
+#include <cstdlib>
+
+#include "platform/windows/native.h"
+
+namespace kx::platform {
+
+std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noexcept {
+    return std::mbstowcs(Native(dst), src, count);
+}
+
+std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noexcept {
+    return std::wcstombs(dst, Native(src), count);
+}
+
+}  // namespace kx::platform

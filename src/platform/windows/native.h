@@ -1,0 +1,26 @@
+// The system's header, and the types of the floor as the system has them.
+#ifndef KXCORE7_SRC_PLATFORM_WINDOWS_NATIVE_H
+#define KXCORE7_SRC_PLATFORM_WINDOWS_NATIVE_H
+
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+namespace kx::platform {
+
+static_assert(sizeof(wchar_t) == sizeof(char16_t));
+
+inline const wchar_t* Native(const char16_t* text) noexcept {
+    return reinterpret_cast<const wchar_t*>(text);
+}
+inline wchar_t* Native(char16_t* text) noexcept {
+    return reinterpret_cast<wchar_t*>(text);
+}
+
+}  // namespace kx::platform
+
+#endif
