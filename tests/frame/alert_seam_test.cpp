@@ -15,6 +15,7 @@
 #include "platform/processes.h"
 #include "platform/threads.h"
 #include "support/fake_alerts.h"
+#include "support/faults.h"
 #include "support/results.h"
 
 using kx::core::g_alertRelease;
@@ -146,7 +147,7 @@ using AlertSeamDeathTest = AlertSeam;
 
 TEST_F(AlertSeamDeathTest, AbortRaisesTheAbortSignal) {
     g_alerts.answer = kx::platform::kAnswerAbort;
-    EXPECT_EXIT(KXErrorAlert(KX_ALERT_DIALOG, u"t", u"m"), ::testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT(KXErrorAlert(KX_ALERT_DIALOG, u"t", u"m"), kx::test::EndedByAbort, "");
 }
 
 TEST_F(AlertSeamDeathTest, AbortExitsWith3WhereTheSignalDoesNotEndTheProcess) {

@@ -14,9 +14,11 @@ TEST(Atomic, AddReturnsTheNewValueAndWraps) {
 }
 
 TEST(Atomic, AddSZIsAsWideAsAPointer) {
-    intptr_t word = std::numeric_limits<int32_t>::max();
-    EXPECT_EQ(intptr_t{1} + std::numeric_limits<int32_t>::max(), KXAtomicAddSZ(&word, 1));
-    EXPECT_EQ(std::numeric_limits<int32_t>::max(), KXAtomicAddSZ(&word, -1));
+    using Limits = std::numeric_limits<intptr_t>;
+    intptr_t word = Limits::max() - 1;
+    EXPECT_EQ(Limits::max(), KXAtomicAddSZ(&word, 1));
+    EXPECT_EQ(Limits::min(), KXAtomicAddSZ(&word, 1)) << "it wraps there";
+    EXPECT_EQ(Limits::max(), KXAtomicAddSZ(&word, -1));
 }
 
 TEST(Atomic, IncrementAndDecrementReturnTheNewValue) {

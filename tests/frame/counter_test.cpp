@@ -10,8 +10,9 @@ TEST(Counter, CountNeverGoesBackAndRunsAtItsFrequency) {
     EXPECT_GE((end - start) * 1000 / KXPerfGetFreq(), 20);
 }
 
+// A system may move them on in steps of up to 16.
 TEST(Counter, MillisecondsAdvanceWithTheCount) {
     const uint32_t start = KXPerfGetCountMS();
-    KXSleep(20);
-    EXPECT_GE(KXPerfGetCountMS() - start, 19u);
+    KXSleep(50);
+    EXPECT_GE(KXPerfGetCountMS() - start, 50u - 16);
 }

@@ -1,9 +1,9 @@
 #include <kxcore7/current.h>
 
 #include <chrono>
-#include <csignal>
 #include <thread>
 
+#include "support/faults.h"
 #include "support/results.h"
 
 TEST(Current, ThreadIdIsStableOnAThreadAndDiffersBetweenThreads) {
@@ -45,5 +45,5 @@ TEST(Current, SleepOfZeroAndYieldReturn) {
 }
 
 TEST(CurrentDeathTest, DebugBreakExecutesTheTrap) {
-    EXPECT_EXIT(KXDebugBreak(), ::testing::KilledBySignal(SIGTRAP), "");
+    EXPECT_EXIT(KXDebugBreak(), kx::test::EndedByBreakpoint, "");
 }

@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <clocale>
 #include <cstdint>
 #include <string>
+
+#include "support/locales.h"
+
+using kx::test::kMultiByteLocale;
 
 namespace {
 
@@ -54,7 +57,8 @@ TEST(Format, LengthsReadArgumentsOfTheirWidth) {
     EXPECT_EQ(u"-9000000000", Formatted(u"%I64d", std::int64_t{-9'000'000'000}));
     EXPECT_EQ(u"-9", Formatted(u"%I32d", std::int32_t{-9}));
     EXPECT_EQ(u"12", Formatted(u"%Iu", std::size_t{12}));
-    EXPECT_EQ(u"-9000000000", Formatted(u"%Id", std::ptrdiff_t{-9'000'000'000}));
+    const std::string lowest = std::to_string(PTRDIFF_MIN);
+    EXPECT_EQ(std::u16string(lowest.begin(), lowest.end()), Formatted(u"%Id", PTRDIFF_MIN));
     EXPECT_EQ(u"12 -13", Formatted(u"%zu %td", std::size_t{12}, std::ptrdiff_t{-13}));
     EXPECT_EQ(u"18446744073709551615", Formatted(u"%ju", UINTMAX_MAX));
     EXPECT_EQ(u"ffffffffffffffff", Formatted(u"%llx", ~0ULL));
@@ -110,9 +114,10 @@ TEST(Format, OutputIsCutAtEverySizeWithATerminator) {
 }
 
 TEST(Format, NarrowTextIsReadInTheLocale) {
-    std::setlocale(LC_ALL, "C.UTF-8");
-    EXPECT_EQ(u"\u00E9\U0001F600", Formatted(u"%hs", "\xC3\xA9\xF0\x9F\x98\x80"));
+    const kx::test::InLocale locale(kMultiByteLocale.name);
+    const std::string narrow = kMultiByteLocale.narrow;
+    EXPECT_EQ(kMultiByteLocale.wide + std::u16string(u"z"),
+              Formatted(u"%hs", (narrow + "z").c_str()));
     EXPECT_EQ(std::u16string(511, u'?'), Formatted(u"%hs", std::string(2'000, '\xFF').c_str()));
-    EXPECT_EQ(u"a?(b", Formatted(u"%hs", "a\xC3(b")) << "a byte that is no character";
-    std::setlocale(LC_ALL, "");
+    EXPECT_EQ(u"a?(b", Formatted(u"%hs", "a\xFF(b")) << "a byte that is no character";
 }

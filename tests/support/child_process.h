@@ -2,6 +2,7 @@
 #ifndef KXCORE7_TESTS_SUPPORT_CHILD_PROCESS_H
 #define KXCORE7_TESTS_SUPPORT_CHILD_PROCESS_H
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,12 +24,15 @@ class ChildProcess final {
     std::string ReadLine();
     // Ends the child at whatever instruction it is.
     void Kill();
-    // The exit code, or 128 plus the signal's number.
+    // The exit code; kKilled after Kill, and otherwise 128 plus the number of a signal that ended
+    // it.
+    static constexpr int kKilled = 128 + 9;
     int Wait();
 
   private:
-    int m_process = -1;
-    int m_output = -1;
+    // The system's own, -1 for none.
+    std::intptr_t m_process = -1;
+    std::intptr_t m_output = -1;
 };
 
 }  // namespace kx::test

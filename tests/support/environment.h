@@ -8,6 +8,9 @@
 
 namespace kx::test {
 
+// Sets a variable of this process, or takes it away, also for the C runtime's zone.
+void SetVariable(const std::string& name, const std::optional<std::string>& value);
+
 class ScopedEnvironment final {
   public:
     // An empty value takes the variable away.
@@ -20,13 +23,7 @@ class ScopedEnvironment final {
     ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
   private:
-    void Set(const std::optional<std::string>& value) {
-        if (value) {
-            setenv(m_name.c_str(), value->c_str(), 1);
-        } else {
-            unsetenv(m_name.c_str());
-        }
-    }
+    void Set(const std::optional<std::string>& value) { SetVariable(m_name, value); }
 
     const std::string m_name;
     std::optional<std::string> m_old;

@@ -3,11 +3,13 @@
 
 #include "platform/entry.h"
 #include "platform/registry.h"
-#include "support/scratch_registry.h"
+#include "support/faults.h"
+#include "support/test_registry.h"
 
 int main(int argc, char** argv) {
+    const kx::test::TestRegistry registry(argc, argv);
+    kx::test::KeepFaultsQuiet();
     ::testing::InitGoogleTest(&argc, argv);
-    const kx::test::ScratchRegistry registry;
     kx::core::LibraryMain(nullptr, kx::core::kProcessAttach);
     const int result = RUN_ALL_TESTS();
     kx::core::LibraryMain(nullptr, kx::core::kProcessDetach);

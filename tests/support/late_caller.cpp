@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "support/scratch_registry.h"
+
 namespace {
 
 struct LateCaller {
@@ -22,5 +24,6 @@ const LateCaller g_caller;
 }  // namespace
 
 int main() {
+    kx::test::JoinScratchRegistry();
     return 0;
 }

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <string>
 
+#include "support/scratch_registry.h"
+
 namespace {
 
 KXResult Open(const std::string& name) {
@@ -23,6 +25,7 @@ KXResult FindInAnotherCase() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    kx::test::JoinScratchRegistry();
     const std::string command = argc > 1 ? argv[1] : "";
     if (command == "open" && argc == 3) {
         std::printf("0x%08X\n", static_cast<unsigned>(Open(argv[2])));

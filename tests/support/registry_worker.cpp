@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "support/scratch_registry.h"
+
 namespace {
 
 std::u16string Wide(const std::string& text) {
@@ -62,6 +64,7 @@ int ReplaceAndRemove(const std::u16string& key, std::uint32_t rounds) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    kx::test::JoinScratchRegistry();
     if (argc != 4) return 64;
     const std::string command = argv[1];
     const std::u16string key = Wide(argv[2]);

@@ -12,15 +12,32 @@
 
 namespace kx::test {
 
+// Turns this process to the registry that KX_REGISTRY_DIR names, or to the system's own without
+// that variable. A process that a test starts calls it first of all.
+void JoinScratchRegistry();
+
+// Removes the registry that KX_REGISTRY_DIR names, as far as it is not in that directory.
+void RemoveScratchRegistry();
+
+// Asks whoever keeps the registry that KX_REGISTRY_DIR names whether it is whole.
+void ExpectWholeRegistry();
+
 class ScratchRegistry final {
   public:
-    ScratchRegistry() : m_variable("KX_REGISTRY_DIR", m_directory.Path().string()) {}
+    ScratchRegistry() { JoinScratchRegistry(); }
+    ~ScratchRegistry() { RemoveScratchRegistry(); }
+    ScratchRegistry(const ScratchRegistry&) = delete;
+    ScratchRegistry& operator=(const ScratchRegistry&) = delete;
 
     const ScratchDir& Directory() const { return m_directory; }
 
   private:
+    // The last to go: back to the registry that was there before.
+    struct Rejoin {
+        ~Rejoin() { JoinScratchRegistry(); }
+    } m_rejoin;
     ScratchDir m_directory;
-    ScopedEnvironment m_variable;
+    ScopedEnvironment m_variable{"KX_REGISTRY_DIR", m_directory.Path().string()};
 };
 
 // Bytes of a text with its terminator, as they are stored.

@@ -2,24 +2,15 @@
 #include <kxcore7/str.h>
 
 #include <algorithm>
-#include <clocale>
 #include <memory>
 #include <string>
 
+#include "support/locales.h"
+
+using kx::test::InLocale;
+using kx::test::kMultiByteLocale;
+
 namespace {
-
-class InLocale final {
-  public:
-    explicit InLocale(const char* name) : m_before(std::setlocale(LC_ALL, nullptr)) {
-        EXPECT_NE(nullptr, std::setlocale(LC_ALL, name)) << name;
-    }
-    ~InLocale() { std::setlocale(LC_ALL, m_before.c_str()); }
-    InLocale(const InLocale&) = delete;
-    InLocale& operator=(const InLocale&) = delete;
-
-  private:
-    const std::string m_before;
-};
 
 constexpr size_t kFailed = ~size_t{0};
 
@@ -62,18 +53,17 @@ TEST(Str, AnsiToUnicodeReadsNothingBehindTheCount) {
 }
 
 TEST(Str, AnsiToUnicodeConvertsInTheLocale) {
-    const InLocale locale("C.UTF-8");
+    const InLocale locale(kMultiByteLocale.name);
+    const std::string text = std::string("ab") + kMultiByteLocale.narrow + "z";
     char16_t buffer[16];
-    const char text[] = "ab\xC3\xA9\xF0\x9F\x98\x80z";
-    EXPECT_EQ(6u, KXAnsiToUnicode(buffer, text, 16));
-    EXPECT_EQ(std::u16string(u"ab\u00E9\U0001F600z"), buffer);
-    EXPECT_EQ(6u, KXAnsiToUnicode(nullptr, text, 0)) << "the query ignores the count";
-    EXPECT_EQ(3u, KXAnsiToUnicode(buffer, text, 4)) << "a pair is written whole or not at all";
-    EXPECT_EQ(5u, KXAnsiToUnicode(buffer, text, 5));
+    EXPECT_EQ(4u, KXAnsiToUnicode(buffer, text.c_str(), 16));
+    EXPECT_EQ(u"ab" + std::u16string(kMultiByteLocale.wide) + u"z", buffer);
+    EXPECT_EQ(4u, KXAnsiToUnicode(nullptr, text.c_str(), 0)) << "the query ignores the count";
+    EXPECT_EQ(3u, KXAnsiToUnicode(buffer, text.c_str(), 3));
 }
 
 TEST(Str, AnsiToUnicodeOfBadTextGivesOneLessThanItsAsciiPrefix) {
-    const InLocale locale("C.UTF-8");
+    const InLocale locale(kMultiByteLocale.name);
     char16_t buffer[16];
     EXPECT_EQ(1u, KXAnsiToUnicode(buffer, "ab\xFFz", 16));
     EXPECT_EQ(1u, KXAnsiToUnicode(nullptr, "ab\xFFz", 0));
@@ -84,7 +74,7 @@ TEST(Str, AnsiToUnicodeOfBadTextGivesOneLessThanItsAsciiPrefix) {
 TEST(Str, AnsiToUnicodeOfAsciiIsTheSameInEveryLocale) {
     std::string ascii;
     for (char byte = 1; byte < 0x7F; ++byte) ascii += byte;
-    for (const char* const name : {"C", "C.UTF-8"}) {
+    for (const char* const name : {"C", kMultiByteLocale.name}) {
         const InLocale locale(name);
         EXPECT_EQ(ascii.size(), KXAnsiToUnicode(nullptr, ascii.c_str(), 0));
         std::u16string wide(ascii.size(), u'\0');

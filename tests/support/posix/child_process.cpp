@@ -9,6 +9,16 @@
 #include <stdexcept>
 
 namespace kx::test {
+namespace {
+
+pid_t Process(std::intptr_t process) {
+    return static_cast<pid_t>(process);
+}
+int Output(std::intptr_t output) {
+    return static_cast<int>(output);
+}
+
+}  // namespace
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
     int ends[2];
@@ -20,13 +30,15 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    pid_t process = -1;
     const int error =
-        posix_spawn(&m_process, program.c_str(), &actions, nullptr, words.data(), environ);
+        posix_spawn(&process, program.c_str(), &actions, nullptr, words.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
     m_output = ends[0];
-    if (error != 0) {
-        m_process = -1;
+    if (error == 0) {
+        m_process = process;
+    } else {
         throw std::runtime_error("can't start " + program);
     }
 }
@@ -36,22 +48,22 @@ ChildProcess::~ChildProcess() {
         Kill();
         Wait();
     }
-    if (m_output >= 0) close(m_output);
+    if (m_output >= 0) close(Output(m_output));
 }
 
 std::string ChildProcess::ReadLine() {
     std::string line;
-    for (char byte = 0; read(m_output, &byte, 1) == 1 && byte != '\n';) line += byte;
+    for (char byte = 0; read(Output(m_output), &byte, 1) == 1 && byte != '\n';) line += byte;
     return line;
 }
 
 void ChildProcess::Kill() {
-    kill(m_process, SIGKILL);
+    kill(Process(m_process), SIGKILL);
 }
 
 int ChildProcess::Wait() {
     int status = 0;
-    while (waitpid(m_process, &status, 0) < 0) {
+    while (waitpid(Process(m_process), &status, 0) < 0) {
     }
     m_process = -1;
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
