@@ -1,13 +1,9 @@
 #include <kxcore7/guid.h>
 
-#include <cstddef>
 #include <cstring>
 #include <string>
 
 #include "support/results.h"
-
-static_assert(sizeof(KXGUID) == 16 && offsetof(KXGUID, data2) == 4 &&
-              offsetof(KXGUID, data3) == 6 && offsetof(KXGUID, data4) == 8);
 
 namespace {
 

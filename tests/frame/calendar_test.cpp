@@ -1,7 +1,6 @@
 #include <kxcore7/calendar.h>
 #include <kxcore7/current.h>
 
-#include <cstddef>
 #include <ctime>
 #include <string>
 #include <tuple>
@@ -18,13 +17,6 @@ auto Fields(const KXTimeRecord& time) {
     return std::tuple(time.year, time.month, time.dayOfWeek, time.dayOfMonth, time.hour,
                       time.minute, time.second, time.milliseconds);
 }
-
-// The records are laid out as the native ones, without gaps.
-static_assert(sizeof(KXTimeRecord) == 16 && offsetof(KXTimeRecord, milliseconds) == 14);
-static_assert(sizeof(KXTimeOfDay) == 16 && offsetof(KXTimeOfDay, nanoseconds) == 8);
-static_assert(offsetof(KXTimeZoneInfo, daylight) == 4);
-static_assert(offsetof(KXTimeZoneInfo, standardName) == 6);
-static_assert(offsetof(KXTimeZoneInfo, daylightName) == 70);
 
 }  // namespace
 

@@ -56,3 +56,41 @@ TEST(RegistryWithoutNt, LeavesTheRemovalOfAKeyToOneCall) {
     g_data.deleteKey = before;
     g_data.isNt = 1;
 }
+
+namespace {
+
+std::uint32_t g_view;
+
+kx::platform::NativeError KeepTheView(kx::platform::KeyHandle, const char16_t*, std::uint32_t view,
+                                      std::uint32_t) {
+    g_view = view;
+    return 0;
+}
+
+}  // namespace
+
+// A 32-bit process on a 64-bit system says of most roots which of the two views it means.
+TEST(RegistryViews, AreAskedForOnlyInA32BitProcessOnA64BitSystem) {
+    static constexpr struct {
+        std::uint32_t root;
+        std::uint32_t view;
+    } kRows[] = {{KX_HKEY_CLASSES, 0x200},   {KX_HKEY_CONFIG, 0x200},
+                 {KX_HKEY_USER, 0},          {KX_HKEY_CLASSES_64, 0x100},
+                 {KX_HKEY_CONFIG_64, 0x100}, {0x80000000u, 0},
+                 {0x80000001u, 0},           {0x80000002u, 0}};
+    const auto deleteKey = g_data.deleteKey;
+    const auto isWow64 = g_data.isWow64;
+    for (const auto& row : kRows) {
+        for (const std::int16_t wow64 : {std::int16_t{0}, std::int16_t{1}}) {
+            g_data.isWow64 = wow64;
+            KXRegistrySetValue(row.root, u"KxViews", u"", KX_REG_SZ, u"", 2);
+            g_view = 99;
+            g_data.deleteKey = KeepTheView;
+            EXPECT_EQ(0, KXRegistryDeleteKey(row.root, u"KxViews")) << row.root;
+            EXPECT_EQ(wow64 != 0 ? row.view : 0, g_view) << row.root;
+            g_data.deleteKey = deleteKey;
+            EXPECT_EQ(0, KXRegistryDeleteKey(row.root, u"KxViews")) << row.root;
+        }
+    }
+    g_data.isWow64 = isWow64;
+}

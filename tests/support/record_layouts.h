@@ -1,0 +1,64 @@
+/*
+ * The layout of every public record, in C and in C++, on every system: programs in other languages
+ * and libraries of other compilers rely on it. No record has a gap before its last field.
+ */
+#include <assert.h>
+#include <kxcore7/kxcore7.h>
+#include <stddef.h>
+
+#define AT(record, field, offset) static_assert(offsetof(record, field) == (offset), #field)
+
+static_assert(sizeof(KXResult) == 4 && sizeof(KXBool16) == 2, "results and flags");
+static_assert(sizeof(char16_t) == 2, "the wide unit");
+static_assert(sizeof(KXMutexHandle) == sizeof(void*), "a handle is as wide as a pointer");
+static_assert(sizeof(KXLibraryHandle) == sizeof(void*), "likewise");
+static_assert(sizeof(KXRegistryEnumHandle) == sizeof(void*), "likewise");
+static_assert(sizeof(KXModuleID) == sizeof(void*), "an address");
+
+static_assert(sizeof(KXTimeRecord) == 16, "KXTimeRecord");
+AT(KXTimeRecord, year, 0);
+AT(KXTimeRecord, month, 2);
+AT(KXTimeRecord, dayOfWeek, 4);
+AT(KXTimeRecord, dayOfMonth, 6);
+AT(KXTimeRecord, hour, 8);
+AT(KXTimeRecord, minute, 10);
+AT(KXTimeRecord, second, 12);
+AT(KXTimeRecord, milliseconds, 14);
+
+static_assert(sizeof(KXTimeOfDay) == 16, "KXTimeOfDay");
+AT(KXTimeOfDay, seconds, 0);
+AT(KXTimeOfDay, nanoseconds, 8);
+
+static_assert(sizeof(KXTimeZoneInfo) == 136, "KXTimeZoneInfo");
+AT(KXTimeZoneInfo, offset, 0);
+AT(KXTimeZoneInfo, daylight, 4);
+AT(KXTimeZoneInfo, standardName, 6);
+AT(KXTimeZoneInfo, daylightName, 70);
+
+static_assert(sizeof(KXLockStatRecord) == 56, "KXLockStatRecord");
+AT(KXLockStatRecord, maxAcquireTime, 0);
+AT(KXLockStatRecord, totalAcquireTime, 8);
+AT(KXLockStatRecord, acquireCount, 16);
+AT(KXLockStatRecord, maxHeldTime, 24);
+AT(KXLockStatRecord, totalHeldTime, 32);
+AT(KXLockStatRecord, heldCount, 40);
+AT(KXLockStatRecord, contentionCount, 48);
+
+static_assert(sizeof(KXGUID) == 16, "KXGUID");
+AT(KXGUID, data1, 0);
+AT(KXGUID, data2, 4);
+AT(KXGUID, data3, 6);
+AT(KXGUID, data4, 8);
+
+static_assert(sizeof(IKXUnknown) == sizeof(void*), "an object begins with its table");
+#if !defined(__cplusplus)
+static_assert(sizeof(IKXUnknownTable) == 3 * sizeof(void*), "IKXUnknownTable");
+AT(IKXUnknownTable, QueryInterface, 0);
+AT(IKXUnknownTable, AddRef, sizeof(void*));
+AT(IKXUnknownTable, Release, 2 * sizeof(void*));
+static_assert(sizeof(IKXClassFactoryTable) == 4 * sizeof(void*), "IKXClassFactoryTable");
+AT(IKXClassFactoryTable, QueryInterface, 0);
+AT(IKXClassFactoryTable, AddRef, sizeof(void*));
+AT(IKXClassFactoryTable, Release, 2 * sizeof(void*));
+AT(IKXClassFactoryTable, CreateInstance, 3 * sizeof(void*));
+#endif
