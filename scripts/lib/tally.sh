@@ -1,5 +1,5 @@
 # Runs parts of the suite and counts; sourced by the other scripts. Each part adds a line
-# "passed failed name" to the file $KX_TALLY, which a caller may share among several scripts.
+# "passed failed skipped name" to the file $KX_TALLY, which a caller may share among several scripts.
 
 if [ -z "${KX_TALLY:-}" ]; then
     KX_TALLY=$(mktemp)
@@ -7,10 +7,10 @@ if [ -z "${KX_TALLY:-}" ]; then
     trap 'rm -f "$KX_TALLY"' EXIT
 fi
 
-# record NAME PASSED FAILED
+# record NAME PASSED FAILED [SKIPPED]
 record() {
-    echo "$2 $3 $1" >>"$KX_TALLY"
-    printf '%-28s %5d passed, %d failed\n' "$1" "$2" "$3"
+    echo "$2 $3 ${4:-0} $1" >>"$KX_TALLY"
+    printf '%-28s %5d passed, %d failed, %d skipped\n' "$1" "$2" "$3" "${4:-0}"
 }
 
 # run_check NAME COMMAND...: one check; its output is shown only if it fails.
@@ -29,7 +29,8 @@ run_check() {
 
 # finish: the sum of all parts, and whether nothing failed.
 finish() {
-    awk '{ passed += $1; failed += $2 }
-         END { printf "%d passed, %d failed\n", passed, failed; exit failed != 0 || passed == 0 }' \
+    awk '{ passed += $1; failed += $2; skipped += $3 }
+         END { printf "%d passed, %d failed, %d skipped\n", passed, failed, skipped
+               exit failed != 0 || passed == 0 }' \
         "$KX_TALLY"
 }
