@@ -4,6 +4,7 @@
 #include <fstream>
 #include <string>
 
+#include "support/libraries.h"
 #include "support/results.h"
 #include "support/scratch_dir.h"
 
@@ -11,22 +12,7 @@ using namespace kx::test;
 
 namespace {
 
-std::u16string Wide(const std::filesystem::path& path) {
-    return path.u16string();
-}
-
 const std::u16string kComponent = Wide(KXTEST_COMPONENT);
-
-KXResult Open(const std::u16string& path) {
-    KXLibraryHandle library = 77;
-    const KXResult result = KXLibOpen(path.c_str(), &library);
-    if (result < 0) {
-        EXPECT_EQ(KX_INVALID_HANDLE, library);
-    } else {
-        KXLibClose(library);
-    }
-    return result;
-}
 
 }  // namespace
 
@@ -78,6 +64,14 @@ TEST(Library, WithANeedThatNobodyMeetsFailsAtOnce) {
 TEST(Library, DirectoryIsRefused) {
     const ScratchDir scratch;
     EXPECT_RESULT(KX_E_ACCESSDENIED, Open(Wide(scratch.Path())));
+}
+
+TEST(Library, NameWithoutADirectoryIsSearchedFor) {
+    KXLibraryHandle library = KX_INVALID_HANDLE;
+    void* symbol = nullptr;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(kSystemLibrary.name, &library));
+    EXPECT_RESULT(KX_S_OK, KXLibGetSymbol(library, kSystemLibrary.symbol, &symbol));
+    EXPECT_RESULT(KX_S_OK, KXLibClose(library));
 }
 
 TEST(Library, MissingSymbolFailsAndStoresNull) {

@@ -19,9 +19,6 @@ void JoinScratchRegistry();
 // Removes the registry that KX_REGISTRY_DIR names, as far as it is not in that directory.
 void RemoveScratchRegistry();
 
-// Asks whoever keeps the registry that KX_REGISTRY_DIR names whether it is whole.
-void ExpectWholeRegistry();
-
 class ScratchRegistry final {
   public:
     ScratchRegistry() { JoinScratchRegistry(); }

@@ -11,31 +11,11 @@
 
 #include "support/child_process.h"
 #include "support/environment.h"
+#include "support/libraries.h"
 #include "support/results.h"
 #include "support/scratch_dir.h"
 
 using namespace kx::test;
-
-namespace {
-
-std::u16string Wide(const std::filesystem::path& path) {
-    return path.u16string();
-}
-
-const std::u16string kComponent = Wide(KXTEST_COMPONENT);
-
-KXResult Open(const std::u16string& path) {
-    KXLibraryHandle library = 77;
-    const KXResult result = KXLibOpen(path.c_str(), &library);
-    if (result < 0) {
-        EXPECT_EQ(KX_INVALID_HANDLE, library);
-    } else {
-        KXLibClose(library);
-    }
-    return result;
-}
-
-}  // namespace
 
 // In a child without the rights of root, which no file mode binds.
 TEST(Library, FileThatMayNotBeReadIsRefused) {
@@ -68,7 +48,7 @@ TEST(Library, PipeIsNoLibraryAndIsNotWaitedFor) {
 
 TEST(Library, SharesItsNamesWithNobody) {
     KXLibraryHandle library = KX_INVALID_HANDLE;
-    ASSERT_RESULT(KX_S_OK, KXLibOpen(kComponent.c_str(), &library));
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(Wide(KXTEST_COMPONENT).c_str(), &library));
     EXPECT_EQ(nullptr, dlsym(RTLD_DEFAULT, "DllGetClassObject"));
     KXLibClose(library);
 }
@@ -88,12 +68,4 @@ TEST(Library, NameThatIsNoUtf8IsOpened) {
     const std::u16string name = Wide(scratch.Path()) + u"/n\xDCFF.so";
     std::filesystem::copy_file(KXTEST_COMPONENT, scratch.Path() / "n\xFF.so");
     EXPECT_RESULT(KX_S_OK, Open(name));
-}
-
-TEST(Library, NameWithoutADirectoryIsSearchedFor) {
-    KXLibraryHandle library = KX_INVALID_HANDLE;
-    void* symbol = nullptr;
-    ASSERT_RESULT(KX_S_OK, KXLibOpen(u"libm.so.6", &library));
-    EXPECT_RESULT(KX_S_OK, KXLibGetSymbol(library, u"cos", &symbol));
-    EXPECT_RESULT(KX_S_OK, KXLibClose(library));
 }

@@ -48,7 +48,4 @@ void RemoveScratchRegistry() {
     if (directory != nullptr) RegDeleteTreeW(HKEY_CURRENT_USER, RootKey(directory).c_str());
 }
 
-// The system keeps its registry itself and has no check to ask for.
-void ExpectWholeRegistry() {}
-
 }  // namespace kx::test
