@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "support/scratch_registry.h"
 #include "support/wine.h"
 
 using namespace kx::platform;
@@ -41,4 +42,47 @@ TEST(FloorRegistry, AKeyMadeOtherwiseHasTheListOfItsParent) {
     ASSERT_EQ(kSuccess, SetValue(kHiveUser, 0, false, u"Closed", u"v", kRegSz, u"", 2));
     EXPECT_TRUE(HasAccessList(L"Closed"));
     EXPECT_EQ(kSuccess, ResolveDeleteKey()(kHiveUser, u"Closed", 0, 0));
+}
+
+namespace {
+
+// The machine's real hive, which alone has two views, in place of the test's own.
+class RealMachine : public ::testing::Test {
+  protected:
+    RealMachine() { RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr); }
+    ~RealMachine() override {
+        for (const std::uint32_t view : {kView32, kView64}) {
+            ResolveDeleteKey()(kHiveMachine, kPath, view, 0);
+        }
+        kx::test::JoinScratchRegistry();
+    }
+
+    static NativeError Set(std::uint32_t view, std::uint32_t number) {
+        return SetValue(kHiveMachine, view, true, kPath, u"v", kRegDword, &number, sizeof number);
+    }
+    static std::uint32_t Get(std::uint32_t view) {
+        std::uint32_t number = 0;
+        std::uint32_t length = sizeof number;
+        QueryValue(kHiveMachine, view, kPath, u"v", nullptr, &number, &length);
+        return number;
+    }
+
+    static constexpr const char16_t* kPath = u"Software\\kxcore7-tests";
+};
+
+}  // namespace
+
+TEST_F(RealMachine, HasAViewForEachWidth) {
+    const NativeError error = Set(kView32, 32);
+    if (error == kAccessDenied) GTEST_SKIP() << "the user may not write to the machine's hive";
+    ASSERT_EQ(kSuccess, error);
+    ASSERT_EQ(kSuccess, Set(kView64, 64));
+    EXPECT_EQ(32u, Get(kView32));
+    EXPECT_EQ(64u, Get(kView64));
+    EXPECT_EQ(kSuccess, DeleteValue(kHiveMachine, kView32, kPath, u"v"));
+    EXPECT_EQ(0u, Get(kView32));
+    EXPECT_EQ(64u, Get(kView64));
+    EXPECT_EQ(kSuccess, ResolveDeleteKey()(kHiveMachine, kPath, kView64, 0));
+    EXPECT_EQ(0u, Get(kView64));
+    EXPECT_EQ(kSuccess, Set(kView32, 33)) << "the other view has its key still";
 }
