@@ -6,6 +6,7 @@
  *
  * Any thread of any process may call these at once. An enumeration handle belongs to one thread at
  * a time. Lengths of data are in bytes; text is stored with its terminator if the caller counts it.
+ * (Windows takes one along that stands behind the counted text.)
  */
 #ifndef KXCORE7_REGISTRY_H
 #define KXCORE7_REGISTRY_H
@@ -13,7 +14,10 @@
 #include "export.h"
 #include "types.h"
 
-/* Roots. On a system that is not a 64-bit Windows, the _64 roots are the plain ones. */
+/*
+ * Roots. A 32-bit process on a 64-bit Windows sees two views, the plain roots being the 32-bit one;
+ * everywhere else the _64 roots are the plain ones.
+ */
 #define KX_HKEY_CLASSES 0u
 #define KX_HKEY_CONFIG 1u
 #define KX_HKEY_USER 2u

@@ -15,7 +15,8 @@ std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noex
 
 // wcstombs: converts at most count bytes including the terminator, and returns the bytes produced
 // without it, or kConversionFailed. A character is written whole or not at all. Null dst: the
-// bytes needed; count is ignored.
+// bytes needed; count is ignored, and a runtime may notice a character that can't be converted only
+// when it is.
 std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noexcept;
 
 }  // namespace kx::platform

@@ -25,7 +25,8 @@ class CriticalSection final {
     void EnterContended() noexcept;
     void Leave() noexcept;
 
-    // How many EnterContended there were, modulo 2^32. Meaningful only with
+    // How many EnterContended there were, modulo 2^32; a system with a count of its own may leave
+    // out those that spinning served, and count a wait only when it is over. Meaningful only with
     // countContention. Any thread may ask or reset at any time.
     std::uint32_t ContentionCount() const noexcept;
     void ResetContentionCount() noexcept;

@@ -62,8 +62,9 @@ NativeError QueryValue(KeyHandle hive, std::uint32_t view, const char16_t* path,
 
 // Opens the key at path under hive for all access, with the view flag, making it and those above it
 // if missing, also where the value then can not be written; writes one value, replacing one of that
-// name; and closes the key. With openToEveryone
-// a key made here has no access list, where the system knows such.
+// name; and closes the key. With openToEveryone a key made here has no access list, where the
+// system knows such. A text whose length leaves its terminator out may be stored with one if that
+// stands behind it.
 NativeError SetValue(KeyHandle hive, std::uint32_t view, bool openToEveryone, const char16_t* path,
                      const char16_t* name, std::uint32_t type, const void* data,
                      std::uint32_t length);
@@ -73,14 +74,14 @@ NativeError SetValue(KeyHandle hive, std::uint32_t view, bool openToEveryone, co
 NativeError DeleteValue(KeyHandle hive, std::uint32_t view, const char16_t* path,
                         const char16_t* name);
 
-// The name of the subkey at index. On entry *nameLength is the capacity in units with terminator,
-// on success the units of the name without it; a smaller capacity is kMoreData, *nameLength as it
-// was. kNoMoreItems: past the end. A walk by rising index over n entries costs O(n log n) at
-// most. Where the system counts by position, what comes and goes in between shifts the index;
-// otherwise a walk sees every entry that stands throughout exactly once.
+// The name of the subkey at index of a key that OpenKey made. On entry *nameLength is the capacity
+// in units with terminator, on success the units of the name without it; a smaller capacity is
+// kMoreData, *nameLength as it was. kNoMoreItems: past the end. A walk by rising index over n
+// entries costs O(n log n) at most. Where the system counts by position, what comes and goes in
+// between shifts the index; otherwise a walk sees every entry that stands throughout exactly once.
 NativeError EnumKey(KeyHandle key, std::uint32_t index, char16_t* name, std::uint32_t* nameLength);
 
-// The value at index; name as in EnumKey. type, data and length as in QueryValue.
+// The value at index of such a key; name as in EnumKey. type, data and length as in QueryValue.
 NativeError EnumValue(KeyHandle key, std::uint32_t index, char16_t* name, std::uint32_t* nameLength,
                       std::uint32_t* type, void* data, std::uint32_t* length);
 
