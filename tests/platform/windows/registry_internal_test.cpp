@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "platform/system.h"
 #include "support/scratch_registry.h"
 #include "support/wine.h"
 
@@ -72,17 +73,18 @@ class RealMachine : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(RealMachine, HasAViewForEachWidth) {
+TEST_F(RealMachine, HasAViewForEachWidthOfThe64BitSystem) {
+    const bool twoViews = sizeof(void*) == 8 || IsWow64Process() != 0;
     const NativeError error = Set(kView32, 32);
     if (error == kAccessDenied) GTEST_SKIP() << "the user may not write to the machine's hive";
     ASSERT_EQ(kSuccess, error);
     ASSERT_EQ(kSuccess, Set(kView64, 64));
-    EXPECT_EQ(32u, Get(kView32));
+    EXPECT_EQ(twoViews ? 32u : 64u, Get(kView32));
     EXPECT_EQ(64u, Get(kView64));
     EXPECT_EQ(kSuccess, DeleteValue(kHiveMachine, kView32, kPath, u"v"));
     EXPECT_EQ(0u, Get(kView32));
-    EXPECT_EQ(64u, Get(kView64));
+    EXPECT_EQ(twoViews ? 64u : 0u, Get(kView64));
     EXPECT_EQ(kSuccess, ResolveDeleteKey()(kHiveMachine, kPath, kView64, 0));
-    EXPECT_EQ(0u, Get(kView64));
-    EXPECT_EQ(kSuccess, Set(kView32, 33)) << "the other view has its key still";
+    EXPECT_EQ(twoViews ? kSuccess : kFileNotFound,
+              ResolveDeleteKey()(kHiveMachine, kPath, kView32, 0));
 }
