@@ -9,7 +9,7 @@ find_wine() { [ -x "$wine_folder/$1" ]; }
 # programs, for a minute behind the last one. It gets no file of the caller's: who reads a pipe from
 # here would wait for its end.
 start_wine() {
-    export WINEPREFIX=$2 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+    export WINEPREFIX=$2 WINEDEBUG=fixme-all WINEDLLOVERRIDES="mscoree,mshtml="
     unset DISPLAY WAYLAND_DISPLAY
     mkdir -p "$WINEPREFIX"
     "$wine_folder/wineserver" -p60 </dev/null >"$WINEPREFIX/server.log" 2>&1 &&
