@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 
 #include "support/environment.h"
@@ -17,4 +18,11 @@ TEST(Library, FoundBySearchButBrokenIsNotMissing) {
     const ScopedEnvironment path("PATH", scratch.Path().string());
     EXPECT_RESULT(KX_E_FAIL, Open(u"kxtest-broken.dll"));
     EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, Open(u"kxtest-missing.dll"));
+}
+
+// The file lies beside the test program, and what it needs nowhere.
+TEST(Library, FoundBySearchButWithANeedThatNobodyMeetsIsNotMissing) {
+    const std::filesystem::path library = KXTEST_UNRESOLVED;
+    EXPECT_RESULT(KX_E_FAIL, Open(Wide(library.filename())));
+    EXPECT_RESULT(KX_E_FAIL, Open(Wide(library.stem()))) << "the system adds the extension";
 }
