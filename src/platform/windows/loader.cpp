@@ -24,12 +24,11 @@ NativeError WhyNotFound(const wchar_t* path) {
                                                                          : kFileNotFound;
 }
 
-// Whether the handle is a loaded library's. The system would take null for the program itself, and
-// has several numbers for other bad handles.
+// Whether the handle is a loaded library's: the system's calls would take null for the program
+// itself, and have several numbers for other bad handles.
 bool IsLoaded(std::uintptr_t handle) {
     HMODULE module = nullptr;
-    return handle != 0 &&
-           GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+    return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
                                   GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                               reinterpret_cast<const wchar_t*>(handle), &module) != 0 &&
            reinterpret_cast<std::uintptr_t>(module) == handle;
