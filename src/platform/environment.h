@@ -8,7 +8,7 @@ namespace kx::platform {
 
 // Writes text with each %NAME% replaced by that environment variable; an unknown one stays as it
 // stands. Returns the units that the whole takes with its terminator, whether they fit into size
-// or not; what does not fit is not to be read. A null text is an empty one.
+// or not; what does not fit is not to be read.
 std::size_t ExpandEnvironment(const char16_t* text, char16_t* out, std::size_t size);
 
 }  // namespace kx::platform

@@ -39,7 +39,7 @@ const char* Variable(std::u16string_view name) {
 // second one begins nothing.
 std::size_t ExpandEnvironment(const char16_t* text, char16_t* out, std::size_t size) {
     BoundedText expanded(out, size);
-    std::u16string_view rest = text != nullptr ? text : u"";
+    std::u16string_view rest = text;
     while (!rest.empty()) {
         const std::size_t start = rest.find(u'%');
         expanded.Put(rest.substr(0, start));
