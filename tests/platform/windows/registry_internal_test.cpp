@@ -45,6 +45,27 @@ TEST(FloorRegistry, AKeyMadeOtherwiseHasTheListOfItsParent) {
     EXPECT_EQ(kSuccess, ResolveDeleteKey()(kHiveUser, u"Closed", 0, 0));
 }
 
+TEST(FloorRegistry, EveryCallClosesWhatItOpened) {
+    const auto handles = [] {
+        DWORD count = 0;
+        EXPECT_NE(0, GetProcessHandleCount(GetCurrentProcess(), &count));
+        return count;
+    };
+    const auto useEachCall = [] {
+        KeyHandle key = 0;
+        EXPECT_EQ(kSuccess, SetValue(kHiveUser, 0, true, u"Handles", u"v", kRegSz, u"", 2));
+        EXPECT_EQ(kSuccess, QueryValue(kHiveUser, 0, u"Handles", u"v", nullptr, nullptr, nullptr));
+        EXPECT_EQ(kSuccess, OpenKey(kHiveUser, u"Handles", kKeyRead, &key));
+        EXPECT_EQ(kSuccess, CloseKey(key));
+        EXPECT_EQ(kSuccess, DeleteValue(kHiveUser, 0, u"Handles", u"v"));
+    };
+    useEachCall();  // what the system keeps for itself from the first time on
+    const DWORD before = handles();
+    for (int round = 0; round < 20; ++round) useEachCall();
+    EXPECT_EQ(before, handles());
+    EXPECT_EQ(kSuccess, ResolveDeleteKey()(kHiveUser, u"Handles", 0, 0));
+}
+
 namespace {
 
 // The machine's real hive, which alone has two views, in place of the test's own.
