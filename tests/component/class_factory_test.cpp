@@ -225,6 +225,23 @@ TEST_F(ClassFactoryDeathTest, AFactoryMayAskForAClassAtTheEndOfTheProcess) {
         ::testing::ExitedWithCode(0), "");
 }
 
+// A second image of the library stands for one that a program unloads.
+TEST_F(ClassFactory, IsReleasedWhenTheLibraryIsUnloadedAndItsOwnLibraryStays) {
+    const std::u16string path = std::filesystem::path(KXTEST_LIBRARY_COPY).u16string();
+    KXLibraryHandle copy = 0;
+    ASSERT_RESULT(KX_S_OK, KXLibOpen(path.c_str(), &copy));
+    void* symbol = nullptr;
+    ASSERT_RESULT(KX_S_OK, KXLibGetSymbol(copy, u"KXComGetClassObject", &symbol));
+    void* factory = nullptr;
+    EXPECT_RESULT(KX_S_OK, reinterpret_cast<decltype(&KXComGetClassObject)>(symbol)(
+                               &kGoodClass, &kClassFactory, &factory));
+    IKXUnknown_Release(static_cast<IKXUnknown*>(factory));
+    EXPECT_EQ(1, m_log.liveFactories) << "the copy's cache holds it";
+    EXPECT_RESULT(KX_S_OK, KXLibClose(copy));
+    EXPECT_EQ(0, m_log.liveFactories);
+    EXPECT_EQ(0, m_log.unloads);
+}
+
 TEST_F(ClassFactory, ManyThreadsLoadOnce) {
     std::atomic<int> good{0};
     std::vector<std::thread> threads;

@@ -3,12 +3,18 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "platform/processes.h"
+
 using namespace kx::platform;
 
 TEST(FloorAlerts, TheSessionIsThatOfTheProcess) {
     DWORD session = 77;
     ASSERT_NE(0, ProcessIdToSessionId(GetCurrentProcessId(), &session));
     EXPECT_EQ(session, CurrentSession());
+}
+
+TEST(FloorProcesses, TheIdIsTheSystems) {
+    EXPECT_EQ(GetCurrentProcessId(), CurrentProcessId());
 }
 
 TEST(FloorAlerts, EverySystemOfTodayHasAConsoleAndHidesSessionZero) {
