@@ -46,10 +46,12 @@ TEST(FloorRegistry, AKeyMadeOtherwiseHasTheListOfItsParent) {
 }
 
 TEST(FloorRegistry, EveryCallClosesWhatItOpened) {
-    const auto handles = [] {
-        DWORD count = 0;
-        EXPECT_NE(0, GetProcessHandleCount(GetCurrentProcess(), &count));
-        return count;
+    // The system gives out the handle again that was closed last.
+    const auto nextHandle = [] {
+        KeyHandle key = 0;
+        EXPECT_EQ(kSuccess, OpenKey(kHiveUser, u"Handles", kKeyRead, &key));
+        EXPECT_EQ(kSuccess, CloseKey(key));
+        return key;
     };
     const auto useEachCall = [] {
         KeyHandle key = 0;
@@ -60,9 +62,9 @@ TEST(FloorRegistry, EveryCallClosesWhatItOpened) {
         EXPECT_EQ(kSuccess, DeleteValue(kHiveUser, 0, u"Handles", u"v"));
     };
     useEachCall();  // what the system keeps for itself from the first time on
-    const DWORD before = handles();
+    const KeyHandle before = nextHandle();
     for (int round = 0; round < 20; ++round) useEachCall();
-    EXPECT_EQ(before, handles());
+    EXPECT_EQ(before, nextHandle());
     EXPECT_EQ(kSuccess, ResolveDeleteKey()(kHiveUser, u"Handles", 0, 0));
 }
 
