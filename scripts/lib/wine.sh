@@ -1,4 +1,4 @@
-# Runs programs for Windows, with no screen and in a prefix of their own; sourced by scripts/test.
+# Runs programs for Windows, with no screen and in a prefix of their own; sourced by scripts/test and scripts/demo.
 
 wine_folder=/usr/lib/wine
 
