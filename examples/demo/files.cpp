@@ -1,6 +1,6 @@
 #include "files.h"
 
-#include <kxcore7/str.h>
+#include <kxcore7/conversion.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -12,6 +12,7 @@
 #include "locks/lock_stat_manager.h"
 #include "locks/mutex_provider.h"
 #include "platform/entry.h"
+#include "platform/scan.h"
 #include "platform/system.h"
 
 namespace kx::core {
@@ -81,6 +82,7 @@ void ReleaseAllocator() {
 KXResult KXCoreInit() noexcept {
     if (++g_data.attachCount != 1) return KX_S_OK;
     std::setlocale(LC_ALL, "");
+    platform::ChooseScan();
     ProbeSystem();
     const KXResult created = Guarded([] {
         CreateSingletons();

@@ -1,10 +1,15 @@
-// Narrow and wide text under the process's locale, with 16-bit wide units on every system.
+// Text under the process's locale, with 16-bit wide units on every system, and the names of locale
+// and encoding.
 #ifndef KXCORE7_SRC_PLATFORM_LOCALE_H
 #define KXCORE7_SRC_PLATFORM_LOCALE_H
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 
 namespace kx::platform {
+
+// --- Conversion ----------------------------------------------------------------------------------
 
 inline constexpr std::size_t kConversionFailed = ~std::size_t{0};
 
@@ -18,6 +23,23 @@ std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noex
 // bytes needed; count is ignored, and a runtime may notice a character that can't be converted only
 // when it is.
 std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noexcept;
+
+// --- The user's locale ---------------------------------------------------------------------------
+
+// A locale by the system's number and by ICU's name.
+struct LocaleName {
+    std::uint32_t identifier;
+    const char* name;
+};
+
+inline constexpr std::uint32_t kNoLocale = ~std::uint32_t{0};
+
+// The number of the user's locale; kNoLocale where the system has names, and its name is not among
+// those given.
+std::uint32_t UserLocale(std::span<const LocaleName> names);
+
+// The number of the narrow encoding's code page, by which it is opened as "CP" and the number.
+std::uint32_t NarrowCodePage() noexcept;
 
 }  // namespace kx::platform
 

@@ -13,6 +13,9 @@ bool IsNtFamily();
 // Whether this is a 32-bit process on a 64-bit Windows, as the 16 low bits of the system's answer.
 std::int16_t IsWow64Process();
 
+// Whether the compiler keeps values of 32 bytes aligned on this system's stack.
+bool KeepsLongVectorsAligned() noexcept;
+
 }  // namespace kx::platform
 
 #endif

@@ -1,8 +1,14 @@
 #include "platform/locale.h"
 
+#include <langinfo.h>
+
+#include <algorithm>
 #include <climits>
+#include <clocale>
 #include <cstring>
 #include <cwchar>
+#include <iterator>
+#include <string_view>
 
 namespace kx::platform {
 namespace {
@@ -35,6 +41,46 @@ void StoreUnits(char16_t* dst, wchar_t point) {
 wchar_t CharacterAt(const char16_t* src) {
     if (!IsLead(src[0]) || !IsTrail(src[1])) return src[0];
     return static_cast<wchar_t>(0x10000 + ((src[0] - 0xD800) << 10) + (src[1] - 0xDC00));
+}
+
+// The encodings of the runtime's locales, and the code pages that ICU opens by "CP" and a number.
+// Without one of its own, an encoding has the nearest that holds its letters.
+struct CodeSet {
+    std::string_view name;
+    std::uint32_t codePage;
+};
+
+constexpr std::uint32_t kAscii = 367;
+
+constexpr CodeSet kCodeSets[] = {
+    {"UTF-8", 65001},     {"ANSI_X3.4-1968", kAscii},
+    {"ISO-8859-1", 819},  {"ISO-8859-2", 912},
+    {"ISO-8859-3", 913},  {"ISO-8859-4", 914},
+    {"ISO-8859-5", 915},  {"ISO-8859-6", 1089},
+    {"ISO-8859-7", 813},  {"ISO-8859-8", 916},
+    {"ISO-8859-9", 920},  {"ISO-8859-13", 921},
+    {"ISO-8859-15", 923}, {"KOI8-R", 878},
+    {"KOI8-U", 878},      {"CP1250", 1250},
+    {"CP1251", 1251},     {"CP1252", 1252},
+    {"CP1253", 1253},     {"CP1254", 1254},
+    {"CP1255", 1255},     {"CP1256", 1256},
+    {"CP1257", 1257},     {"CP1258", 1258},
+    {"IBM866", 866},      {"EUC-JP", 33722},
+    {"SHIFT_JIS", 932},   {"WINDOWS-31J", 932},
+    {"EUC-KR", 970},      {"CP949", 949},
+    {"GB2312", 1383},     {"GBK", 936},
+    {"GB18030", 936},     {"BIG5", 950},
+    {"BIG5-HKSCS", 950},  {"EUC-TW", 964},
+    {"TIS-620", 874},
+};
+
+// The name of the locale for messages, which tells the user's language, as far as tables know it:
+// "de_AT" of "de_AT.UTF-8@euro". The plain locale's own names are those of POSIX.
+std::string_view UserLocaleName() {
+    const char* const name = std::setlocale(LC_MESSAGES, nullptr);
+    const std::string_view all = name != nullptr ? name : "C";
+    const std::string_view plain = all.substr(0, all.find_first_of(".@"));
+    return plain == "C" || plain == "POSIX" ? "en_US_POSIX" : plain;
 }
 
 }  // namespace
@@ -77,6 +123,18 @@ std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noex
         produced += length;
         src += UnitsOf(point);
     }
+}
+
+std::uint32_t UserLocale(std::span<const LocaleName> names) {
+    const std::string_view own = UserLocaleName();
+    const auto found = std::ranges::find(names, own, &LocaleName::name);
+    return found != names.end() ? found->identifier : kNoLocale;
+}
+
+std::uint32_t NarrowCodePage() noexcept {
+    const std::string_view own = nl_langinfo(CODESET);
+    const auto found = std::ranges::find(kCodeSets, own, &CodeSet::name);
+    return found != std::end(kCodeSets) ? found->codePage : kAscii;
 }
 
 }  // namespace kx::platform

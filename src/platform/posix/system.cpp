@@ -10,4 +10,8 @@ std::int16_t IsWow64Process() {
     return 0;
 }
 
+bool KeepsLongVectorsAligned() noexcept {
+    return true;
+}
+
 }  // namespace kx::platform

@@ -14,4 +14,12 @@ std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noex
     return std::wcstombs(dst, Native(src), count);
 }
 
+std::uint32_t UserLocale(std::span<const LocaleName> /*names*/) {
+    return GetUserDefaultLCID();
+}
+
+std::uint32_t NarrowCodePage() noexcept {
+    return GetACP();
+}
+
 }  // namespace kx::platform

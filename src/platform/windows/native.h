@@ -20,6 +20,9 @@ inline const wchar_t* Native(const char16_t* text) noexcept {
 inline wchar_t* Native(char16_t* text) noexcept {
     return reinterpret_cast<wchar_t*>(text);
 }
+inline const char16_t* FromNative(const wchar_t* text) noexcept {
+    return reinterpret_cast<const char16_t*>(text);
+}
 
 }  // namespace kx::platform
 

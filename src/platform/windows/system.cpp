@@ -16,4 +16,9 @@ std::int16_t IsWow64Process() {
     return static_cast<std::int16_t>(answer);
 }
 
+// GCC takes the stack's own 16 bytes for enough here, and a value that it puts there faults.
+bool KeepsLongVectorsAligned() noexcept {
+    return false;
+}
+
 }  // namespace kx::platform

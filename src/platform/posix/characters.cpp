@@ -1,0 +1,88 @@
+#include "platform/characters.h"
+
+#include <strings.h>
+
+#include <cctype>
+#include <cwctype>
+
+namespace kx::platform {
+namespace {
+
+// The runtime has tables for negative bytes as well.
+constexpr int Signed(char ch) {
+    return static_cast<signed char>(ch);
+}
+
+template <typename Unit>
+void ChangeText(Unit* text, Unit (*change)(Unit)) {
+    for (; *text != 0; ++text) *text = change(*text);
+}
+
+}  // namespace
+
+int IsAlpha(char ch) noexcept {
+    return std::isalpha(Signed(ch));
+}
+int IsAlpha(char16_t ch) noexcept {
+    return std::iswalpha(ch);
+}
+int IsDigit(char ch) noexcept {
+    return std::isdigit(Signed(ch));
+}
+int IsDigit(char16_t ch) noexcept {
+    return std::iswdigit(ch);
+}
+int IsSpace(char ch) noexcept {
+    return std::isspace(Signed(ch));
+}
+int IsSpace(char16_t ch) noexcept {
+    return std::iswspace(ch);
+}
+char ToLower(char ch) noexcept {
+    return static_cast<char>(std::tolower(Signed(ch)));
+}
+char16_t ToLower(char16_t ch) noexcept {
+    return static_cast<char16_t>(std::towlower(ch));
+}
+char ToUpper(char ch) noexcept {
+    return static_cast<char>(std::toupper(Signed(ch)));
+}
+char16_t ToUpper(char16_t ch) noexcept {
+    return static_cast<char16_t>(std::towupper(ch));
+}
+
+void LowerText(char* text) noexcept {
+    ChangeText<char>(text, [](char ch) {
+        return static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    });
+}
+void LowerText(char16_t* text) noexcept {
+    ChangeText<char16_t>(text, ToLower);
+}
+void UpperText(char* text) noexcept {
+    ChangeText<char>(text, [](char ch) {
+        return static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    });
+}
+void UpperText(char16_t* text) noexcept {
+    ChangeText<char16_t>(text, ToUpper);
+}
+
+int CompareFolded(const char* a, const char* b) noexcept {
+    return strcasecmp(a, b);
+}
+int CompareFolded(const char* a, const char* b, std::size_t count) noexcept {
+    return strncasecmp(a, b, count);
+}
+int CompareFolded(const char16_t* a, const char16_t* b) noexcept {
+    return CompareFolded(a, b, ~std::size_t{0});
+}
+int CompareFolded(const char16_t* a, const char16_t* b, std::size_t count) noexcept {
+    for (; count != 0; --count, ++a, ++b) {
+        const int difference = ToLower(*a) - ToLower(*b);
+        if (difference != 0 || *a == 0) return difference;
+    }
+    return 0;
+}
+
+}  // namespace kx::platform
