@@ -2,7 +2,6 @@
 
 #include <kxcore7/conversion.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <stdexcept>
@@ -15,11 +14,6 @@ namespace {
 [[noreturn]] void ThrowCannotRead(const std::string& path) {
     const int error = errno != 0 ? errno : EIO;
     throw std::runtime_error("cannot read " + path + ": " + std::generic_category().message(error));
-}
-
-size_t AsciiPrefixLength(const std::string& text) {
-    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-    return static_cast<size_t>(std::find_if_not(text.begin(), text.end(), isAscii) - text.begin());
 }
 
 }  // namespace
@@ -39,12 +33,12 @@ std::string ReadFile(const std::string& path) {
 }
 
 std::u16string Widen(const std::string& name) {
-    const size_t units = KXAnsiToUnicode(nullptr, name.c_str(), 0);
-    // This is how KXAnsiToUnicode answers text that is not valid in the locale.
-    if (units == AsciiPrefixLength(name) - 1) {
+    // No character has more units than bytes.
+    std::u16string wide(name.size() + 1, u'\0');
+    const size_t units = KXAnsiToWstring(wide.data(), name.c_str(), wide.size());
+    if (units == 0 && !name.empty()) {
         throw std::runtime_error("the locale cannot express the name " + name);
     }
-    std::u16string wide(units, u'\0');
-    KXAnsiToUnicode(wide.data(), name.c_str(), units);
+    wide.resize(units);
     return wide;
 }
