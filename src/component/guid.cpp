@@ -1,6 +1,6 @@
+#include <kxcore7/conversion.h>
 #include <kxcore7/guid.h>
 #include <kxcore7/result.h>
-#include <kxcore7/conversion.h>
 #include <kxcore7/str.h>
 
 #include <array>

@@ -155,7 +155,8 @@ KXResult ToWide(UConverter* converter, const char** source, const char* sourceLi
                 char16_t** target, const char16_t* targetLimit, bool atEnd) noexcept {
     if (converter == nullptr) return KX_E_ENC_NOT_OPEN;
     UErrorCode status = U_ZERO_ERROR;
-    ucnv_toUnicode(converter, target, targetLimit, source, sourceLimit, nullptr, atEnd, &status);
+    ucnv_toUnicode(converter, target, targetLimit, source, sourceLimit, nullptr,
+                   static_cast<UBool>(atEnd), &status);
     return ResultOf(status);
 }
 
@@ -164,7 +165,8 @@ KXResult FromWide(UConverter* converter, const char16_t** source, const char16_t
                   char** target, const char* targetLimit, bool atEnd) noexcept {
     if (converter == nullptr) std::terminate();
     UErrorCode status = U_ZERO_ERROR;
-    ucnv_fromUnicode(converter, target, targetLimit, source, sourceLimit, nullptr, atEnd, &status);
+    ucnv_fromUnicode(converter, target, targetLimit, source, sourceLimit, nullptr,
+                     static_cast<UBool>(atEnd), &status);
     return ResultOf(status);
 }
 

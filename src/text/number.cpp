@@ -57,7 +57,7 @@ char* Write(Value value, char* buffer, int radix) {
 
 template <typename Value>
 char16_t* Write(Value value, char16_t* buffer, int radix) {
-    char narrow[65];
+    char narrow[65] = {};
     const char* const end = Write(value, narrow, radix);
     for (const char* at = narrow; at <= end; ++at) {
         buffer[at - narrow] = static_cast<unsigned char>(*at);

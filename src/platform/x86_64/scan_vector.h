@@ -166,8 +166,8 @@ struct ToFoldedDifference : TwoTexts<char> {
     }
 };
 
-// All bits one where a unit is the terminator or no ASCII; as a signed number that is not above zero
-// in narrow text, and may be in wide text.
+// All bits one where a unit is the terminator or no ASCII. A byte that is none is below zero; a
+// wide unit may lie on either side.
 template <typename Unit>
 Vector EndOfAscii(Vector units) {
     Vector ascii = Greater<Unit>(units, Fill<Unit>(0));
