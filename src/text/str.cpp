@@ -185,6 +185,7 @@ char16_t* KXStrCatW(char16_t* dst, const char16_t* src) {
 size_t KXStrCpyCatA(char* dst, int count, ...) {
     if (dst == nullptr) return 0;
     char* end = dst;
+    *end = '\0';  // first of all: dst itself may be among the strings, and is empty then
     std::va_list strings;
     va_start(strings, count);
     for (; count > 0; --count) {
