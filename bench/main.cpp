@@ -18,6 +18,8 @@ bool Run() {
     bench::RegisterMemory(report);
     bench::RegisterRegistry(report, registry.Directory().Path());
     bench::RegisterComponents(report);
+    bench::RegisterText(report);
+    bench::RegisterEncoding(report);
     benchmark::RunSpecifiedBenchmarks(&report);
     // They own the peers' open files, which are in the scratch directory.
     benchmark::ClearRegisteredBenchmarks();

@@ -145,7 +145,7 @@ void Report::PrintRow(std::ostream& out, const Row& row) const {
         if (row.wanted) verdict = *own / *bestTime <= *row.wanted ? "ok" : "over";
     }
     PrintLine(out, row.what, Time(own), best != nullptr ? best->label : "-", Time(bestTime), ratio,
-              row.wanted ? "<= " + Fixed(*row.wanted, 1) : "", verdict);
+              row.wanted ? "<= " + Fixed(*row.wanted, 2) : "", verdict);
     if (const std::string note = NoteOf(row.benchmark); !note.empty()) {
         out << "    kxcore7 " << note << '\n';
         if (best != nullptr) out << "    " << best->label << ' ' << NoteOf(best->benchmark) << '\n';

@@ -13,6 +13,8 @@ void RegisterMemory(Report& report);
 // The peers' files are made in the scratch directory; the registry's own store is there by then.
 void RegisterRegistry(Report& report, const std::filesystem::path& scratch);
 void RegisterComponents(Report& report);
+void RegisterText(Report& report);
+void RegisterEncoding(Report& report);
 
 }  // namespace bench
 
