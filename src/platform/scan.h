@@ -3,7 +3,7 @@
 // run is chosen at start-up.
 //
 // No form reads what may not be mapped: behind a terminator or a count it reads at most the rest of
-// the vector, and never across the end of a page that it has no unit of the text in.
+// four vectors, and never across the end of a page that it has no unit of the text in.
 #ifndef KXCORE7_SRC_PLATFORM_SCAN_H
 #define KXCORE7_SRC_PLATFORM_SCAN_H
 

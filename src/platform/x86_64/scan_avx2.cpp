@@ -20,11 +20,17 @@ Vector Fill(int unit) {
     return sizeof(Unit) == 1 ? _mm256_set1_epi8(static_cast<char>(unit))
                              : _mm256_set1_epi16(static_cast<short>(unit));
 }
+Vector And(Vector a, Vector b) {
+    return _mm256_and_si256(a, b);
+}
 Vector Or(Vector a, Vector b) {
     return _mm256_or_si256(a, b);
 }
-Vector And(Vector a, Vector b) {
-    return _mm256_and_si256(a, b);
+Vector Xor(Vector a, Vector b) {
+    return _mm256_xor_si256(a, b);
+}
+Vector Without(Vector a, Vector b) {
+    return _mm256_andnot_si256(b, a);
 }
 template <typename Unit>
 Vector Equal(Vector a, Vector b) {
@@ -37,6 +43,10 @@ Vector Greater(Vector a, Vector b) {
 template <typename Unit>
 Vector Add(Vector a, Vector b) {
     return sizeof(Unit) == 1 ? _mm256_add_epi8(a, b) : _mm256_add_epi16(a, b);
+}
+template <typename Unit>
+Vector Least(Vector a, Vector b) {
+    return sizeof(Unit) == 1 ? _mm256_min_epu8(a, b) : _mm256_min_epu16(a, b);
 }
 unsigned Mask(Vector vector) {
     return static_cast<unsigned>(_mm256_movemask_epi8(vector));

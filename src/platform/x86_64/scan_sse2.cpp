@@ -20,11 +20,17 @@ Vector Fill(int unit) {
     return sizeof(Unit) == 1 ? _mm_set1_epi8(static_cast<char>(unit))
                              : _mm_set1_epi16(static_cast<short>(unit));
 }
+Vector And(Vector a, Vector b) {
+    return _mm_and_si128(a, b);
+}
 Vector Or(Vector a, Vector b) {
     return _mm_or_si128(a, b);
 }
-Vector And(Vector a, Vector b) {
-    return _mm_and_si128(a, b);
+Vector Xor(Vector a, Vector b) {
+    return _mm_xor_si128(a, b);
+}
+Vector Without(Vector a, Vector b) {
+    return _mm_andnot_si128(b, a);
 }
 template <typename Unit>
 Vector Equal(Vector a, Vector b) {
@@ -37,6 +43,11 @@ Vector Greater(Vector a, Vector b) {
 template <typename Unit>
 Vector Add(Vector a, Vector b) {
     return sizeof(Unit) == 1 ? _mm_add_epi8(a, b) : _mm_add_epi16(a, b);
+}
+// By what a is above b, if at all.
+template <typename Unit>
+Vector Least(Vector a, Vector b) {
+    return sizeof(Unit) == 1 ? _mm_min_epu8(a, b) : _mm_sub_epi16(a, _mm_subs_epu16(a, b));
 }
 unsigned Mask(Vector vector) {
     return static_cast<unsigned>(_mm_movemask_epi8(vector));

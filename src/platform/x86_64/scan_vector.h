@@ -4,9 +4,10 @@
 //   Vector                        its type
 //   Load, Store                   from and to any address
 //   Fill<Unit>                    a unit in every place
-//   Or, And                       bit by bit
+//   And, Or, Xor, Without         bit by bit; Without takes the bits of the second from the first
 //   Equal<Unit>, Greater<Unit>    all bits one in the places where it holds; Greater is signed
 //   Add<Unit>                     place by place
+//   Least<Unit>                   place by place the smaller of two, as unsigned numbers
 //   Mask                          the first bit of every byte
 //
 // Everything here has internal linkage and calls nothing of the standard library: it is compiled
@@ -31,58 +32,105 @@ constexpr Size Smaller(Size a, Size b) {
     return a < b ? a : b;
 }
 
-// Where one of four vectors has its first bit.
-Size PlaceOf(const Vector (&stops)[4]) {
-    for (Size i = 0; i < 3; ++i) {
-        if (const unsigned mask = Mask(stops[i]); mask != 0) {
-            return i * kBytes + static_cast<Size>(__builtin_ctz(mask));
-        }
-    }
-    return 3 * kBytes + static_cast<Size>(__builtin_ctz(Mask(stops[3])));
+// Keeps in a register what is needed twice; compilers prefer to read it twice, which is slower.
+Vector Held(Vector vector) {
+    asm("" : "+x"(vector));
+    return vector;
 }
 
-// Units up to the place where texts stop, at most count. `texts` is one text or several:
+// The first bit of every byte of the units that are zero.
+template <typename Unit>
+unsigned Zeros(Vector units) {
+    return Mask(Equal<Unit>(units, Fill<Unit>(0)));
+}
+
+template <typename Unit>
+Size PlaceIn(unsigned zeros) {
+    return static_cast<Size>(__builtin_ctz(zeros)) / sizeof(Unit);
+}
+
+// Where in a block the first zero is.
+template <typename Unit>
+Size PlaceIn(const Vector (&block)[4]) {
+    constexpr Size kStep = kBytes / sizeof(Unit);
+    for (Size i = 0; i < 3; ++i) {
+        if (const unsigned zeros = Zeros<Unit>(block[i]); zeros != 0) {
+            return i * kStep + PlaceIn<Unit>(zeros);
+        }
+    }
+    return 3 * kStep + PlaceIn<Unit>(Zeros<Unit>(block[3]));
+}
+
+// Going through texts up to the place where they stop, at most count units. `Texts` is one text or
+// several:
 //
 //   Unit                the type of their units
 //   Stops(i)            whether they stop at unit i
-//   StopsFrom(i)        the same for a vector of units
+//   From(i)             a vector that is zero in the places of the units from i on where they stop
 //   Left(i)             bytes that may be read from unit i on, in each of them
 //   Misaligned(i)       how far unit i of the first is past a place for a vector
-//
-// Where a vector would leave a page it is taken from further back, over units that were gone
-// through already.
 template <typename Texts>
-Size Run(const Texts& texts, Size count) {
-    constexpr Size kUnit = sizeof(typename Texts::Unit);
-    constexpr Size kStep = kBytes / kUnit;
-    Size done = 0;
-    while (done < count) {
-        const Size left = texts.Left(done);
-        if (left >= 4 * kBytes) {
-            const Vector stops[] = {texts.StopsFrom(done), texts.StopsFrom(done + kStep),
-                                    texts.StopsFrom(done + 2 * kStep),
-                                    texts.StopsFrom(done + 3 * kStep)};
-            if (Mask(Or(Or(stops[0], stops[1]), Or(stops[2], stops[3]))) != 0) {
-                return Smaller(done + PlaceOf(stops) / kUnit, count);
+class Run {
+  public:
+    // Short text is a matter of its first vectors, taken wherever they lie.
+    static Size Length(Texts texts, Size count) {
+        if (count == 0) return 0;
+        if (texts.Left(0) < kBlockBytes) return LengthFrom(0, texts, count);
+        for (Size done = 0; done < kBlock; done += kStep) {
+            if (const unsigned zeros = Zeros<Unit>(texts.From(done)); zeros != 0) {
+                return Smaller(done + PlaceIn<Unit>(zeros), count);
             }
-            done += 4 * kStep;
-            // Once, behind the first vectors: from here on they are read where they lie best.
-            if (done == 4 * kStep) done -= texts.Misaligned(done) / kUnit;
-            continue;
         }
-        const Size back = left >= kBytes ? 0 : (kBytes - left) / kUnit;
-        if (back > done || left % kUnit != 0) {
-            if (texts.Stops(done)) return done;
-            ++done;
-            continue;
-        }
-        if (const unsigned mask = Mask(texts.StopsFrom(done - back)); mask != 0) {
-            return Smaller(done - back + static_cast<Size>(__builtin_ctz(mask)) / kUnit, count);
-        }
-        done += kStep - back;
+        return LengthFrom(kBlock - texts.Misaligned(kBlock) / sizeof(Unit), texts, count);
     }
-    return count;
-}
+
+  private:
+    using Unit = typename Texts::Unit;
+    static constexpr Size kStep = kBytes / sizeof(Unit);
+    static constexpr Size kBlock = 4 * kStep;
+    static constexpr Size kBlockBytes = 4 * kBytes;
+
+    // Whole blocks up to the end of a page. Where one would leave the page it is taken from further
+    // back, over units that were gone through already; with too few of those it is a vector or a
+    // unit instead. Apart, so that short text has nothing of it to prepare.
+    [[gnu::noinline]] static Size LengthFrom(Size done, Texts texts, Size count) {
+        while (done < count) {
+            const Size left = texts.Left(done);
+            if (const Size back = Back<kBlockBytes>(left); back <= done) {
+                done -= back;
+                const Size wanted = (count - done - 1) / kBlock + 1;
+                Size blocks = back != 0 ? 1 : Smaller(left / kBlockBytes, wanted);
+                for (; blocks != 0; --blocks, done += kBlock) {
+                    const Vector block[] = {texts.From(done), texts.From(done + kStep),
+                                            texts.From(done + 2 * kStep),
+                                            texts.From(done + 3 * kStep)};
+                    const Vector least = Least<Unit>(Least<Unit>(block[0], block[1]),
+                                                     Least<Unit>(block[2], block[3]));
+                    if (Zeros<Unit>(least) == 0) continue;
+                    return Smaller(done + PlaceIn<Unit>(block), count);
+                }
+            } else if (const Size backOne = Back<kBytes>(left); backOne <= done) {
+                done -= backOne;
+                if (const unsigned zeros = Zeros<Unit>(texts.From(done)); zeros != 0) {
+                    return Smaller(done + PlaceIn<Unit>(zeros), count);
+                }
+                done += kStep;
+            } else {
+                if (texts.Stops(done)) return done;
+                ++done;
+            }
+        }
+        return count;
+    }
+
+    // How many units further back so many bytes have to begin that only left are there for. A unit
+    // that lies on the end of the page is for none of them.
+    template <Size kWanted>
+    static Size Back(Size left) {
+        if (left >= kWanted) return 0;
+        return left >= sizeof(Unit) ? (kWanted - left + sizeof(Unit) - 1) / sizeof(Unit) : kNoCount;
+    }
+};
 
 // --- Texts ---------------------------------------------------------------------------------------
 
@@ -109,15 +157,14 @@ struct TwoTexts {
 
 struct ToTerminator : OneText<char16_t> {
     bool Stops(Size i) const { return text[i] == 0; }
-    Vector StopsFrom(Size i) const { return Equal<char16_t>(Load(text + i), Fill<char16_t>(0)); }
+    Vector From(Size i) const { return Load(text + i); }
 };
 
 struct ToUnit : OneText<char16_t> {
     bool Stops(Size i) const { return text[i] == 0 || text[i] == unit; }
-    Vector StopsFrom(Size i) const {
-        const Vector units = Load(text + i);
-        return Or(Equal<char16_t>(units, Fill<char16_t>(0)),
-                  Equal<char16_t>(units, Fill<char16_t>(unit)));
+    Vector From(Size i) const {
+        const Vector units = Held(Load(text + i));
+        return Least<char16_t>(units, Xor(units, Fill<char16_t>(unit)));
     }
 
     char16_t unit;
@@ -126,9 +173,9 @@ struct ToUnit : OneText<char16_t> {
 struct ToDifference : TwoTexts<char16_t> {
     bool Stops(Size i) const { return a[i] != b[i] || a[i] == 0; }
     // What is the same in both is kept, so that a zero stands for a difference as well.
-    Vector StopsFrom(Size i) const {
-        const Vector units = Load(a + i);
-        return Equal<char16_t>(And(units, Equal<char16_t>(units, Load(b + i))), Fill<char16_t>(0));
+    Vector From(Size i) const {
+        const Vector units = Held(Load(a + i));
+        return And(units, Equal<char16_t>(units, Load(b + i)));
     }
 };
 
@@ -144,10 +191,17 @@ struct Upper {
     static constexpr int kStep = -0x20;
 };
 
+// All bits one in the places of the 26 units from first on. They are moved to where the numbers
+// begin, so that one comparison tells.
+template <typename Unit>
+Vector Letters(Vector units, char first) {
+    constexpr int kLowest = sizeof(Unit) == 1 ? -0x80 : -0x8000;
+    return Greater<Unit>(Fill<Unit>(kLowest + 26), Add<Unit>(units, Fill<Unit>(kLowest - first)));
+}
+
 template <typename Case, typename Unit>
 Vector Changed(Vector units) {
-    const Vector letters = And(Greater<Unit>(units, Fill<Unit>(Case::kFirst - 1)),
-                               Greater<Unit>(Fill<Unit>(Case::kFirst + 26), units));
+    const Vector letters = Letters<Unit>(units, Case::kFirst);
     return Add<Unit>(units, And(letters, Fill<Unit>(Case::kStep)));
 }
 
@@ -157,12 +211,14 @@ constexpr int ToUpper(char ch) {
 
 struct ToFoldedDifference : TwoTexts<char> {
     bool Stops(Size i) const { return ToUpper(a[i]) != ToUpper(b[i]) || !(a[i] > 0); }
-    // Bytes that are no ASCII are below zero here, and the terminator is not above it either.
-    Vector StopsFrom(Size i) const {
-        const Vector bytes = Load(a + i);
-        const Vector same =
-            Equal<char>(Changed<Upper, char>(bytes), Changed<Upper, char>(Load(b + i)));
-        return Equal<char>(And(same, Greater<char>(bytes, Fill<char>(0))), Fill<char>(0));
+    // Letters may differ in the bit that tells their case. Bytes that are no ASCII are below zero
+    // here, and the terminator is not above it either.
+    Vector From(Size i) const {
+        const Vector bytes = Held(Load(a + i));
+        const Vector caseBit = Fill<char>(0x20);
+        const Vector letters = Letters<char>(Or(bytes, caseBit), 'a');
+        const Vector differences = Without(Xor(bytes, Load(b + i)), And(letters, caseBit));
+        return And(Equal<char>(differences, Fill<char>(0)), Greater<char>(bytes, Fill<char>(0)));
     }
 };
 
@@ -200,19 +256,19 @@ Size ChangeCase(Unit* text, Size (*changeRest)(Unit*) noexcept) {
 // --- The form ------------------------------------------------------------------------------------
 
 std::size_t Length(const char16_t* text, std::size_t count) noexcept {
-    return Run(ToTerminator{{text}}, count);
+    return Run<ToTerminator>::Length({{text}}, count);
 }
 
 std::size_t Find(const char16_t* text, char16_t unit) noexcept {
-    return Run(ToUnit{{text}, unit}, kNoCount);
+    return Run<ToUnit>::Length({{text}, unit}, kNoCount);
 }
 
 std::size_t Common(const char16_t* a, const char16_t* b, std::size_t count) noexcept {
-    return Run(ToDifference{{a, b}}, count);
+    return Run<ToDifference>::Length({{a, b}}, count);
 }
 
 std::size_t CommonFolded(const char* a, const char* b, std::size_t count) noexcept {
-    return Run(ToFoldedDifference{{a, b}}, count);
+    return Run<ToFoldedDifference>::Length({{a, b}}, count);
 }
 
 std::size_t LowerNarrow(char* text) noexcept {
