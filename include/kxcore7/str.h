@@ -193,7 +193,8 @@ KX_API char16_t* KXStrToUpperW(char16_t* str);
 /*
  * str, changed by ICU under its default locale; text may grow (U+00DF becomes SS).
  * The buffer has to have room for twice the string's length in units, and all of that is read and
- * changed, past the terminator too: the room is what the text grows into. Failures are not told.
+ * changed, past the terminator too: the room is what the text grows into, and what stood at its end
+ * is lost then. Failures, text that outgrows the room among them, are not told.
  */
 KX_API char16_t* KXStrToLowerUTF16(char16_t* str);
 KX_API char16_t* KXStrToUpperUTF16(char16_t* str);

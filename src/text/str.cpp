@@ -96,11 +96,17 @@ Unit* ChangeCase(Unit* text, size_t (*changeAscii)(Unit*) noexcept,
 
 using MapCase = int32_t (*)(UChar*, int32_t, const UChar*, int32_t, const char*, UErrorCode*);
 
-// Twice the length is what callers make room for, and rely on being gone through.
+// Twice the length is what callers make room for, and rely on being gone through. ICU leaves all of
+// it alone when it would grow, so what stands at its end gives way to the text.
 char16_t* ChangeCase(char16_t* text, MapCase map) {
-    const int32_t length = 2 * u_strlen(text);
-    UErrorCode status = U_ZERO_ERROR;
-    map(text, length, text, length, nullptr, &status);
+    const int32_t length = u_strlen(text);
+    const int32_t room = 2 * length;
+    for (int32_t taken = room; taken >= length;) {
+        UErrorCode status = U_ZERO_ERROR;
+        const int32_t needed = map(text, room, text, taken, nullptr, &status);
+        if (needed <= room) break;
+        taken -= needed - room;
+    }
     return text;
 }
 
