@@ -40,10 +40,20 @@ void* operator new(std::size_t size) {
     if (void* const block = std::malloc(size != 0 ? size : 1)) return block;
     throw std::bad_alloc();
 }
+// A sanitizer's own form of this does not come here by itself.
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
 
 void operator delete(void* block) noexcept {
     std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
     std::free(block);
 }
