@@ -3,8 +3,17 @@
 //   probe open NAME    the result of opening a library
 //   probe locale       how many wide units "caf\u00E9" has in UTF-8
 //   probe fold         whether the registry finds a name beyond ASCII in another case
+//
+// and about encodings, whose initialisation is for the process:
+//
+//   probe "encoding before"       what an object without a name converts and flushes with
+//   probe "encoding after"        the same, initialised, with the units that it gave
+//   probe "encoding around"       what it converts with afterwards, and what a new one does
+//   probe "encoding count"        the number of converters
+//   probe "encoding count twice"  the same from a second initialisation
 #include <kxcore7/kxcore7.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -22,6 +31,53 @@ KXResult FindInAnotherCase() {
     return KXRegistryGetValue(KX_HKEY_USER, u"\u00E4PFEL", u"", nullptr, nullptr, nullptr);
 }
 
+// What converting a letter gives; units becomes the number of wide units.
+KXResult ConvertLetter(KXEncHandle handle, int* units) {
+    const char* source = "a";
+    char16_t wide[8];
+    char16_t* target = wide;
+    const KXResult result = KXEncToW_Convert(handle, &source, source + 1, &target, wide + 8);
+    *units = static_cast<int>(target - wide);
+    return result;
+}
+
+KXResult FlushNothing(KXEncHandle handle) {
+    char16_t wide[8];
+    char16_t* target = wide;
+    return KXEncToW_Flush(handle, &target, wide + 8);
+}
+
+void PrintResults(KXResult first, KXResult second) {
+    std::printf("0x%08X 0x%08X\n", static_cast<unsigned>(first), static_cast<unsigned>(second));
+}
+
+bool AnswerAboutEncodings(const std::string& question) {
+    int units = 0;
+    const KXEncHandle early = KXEncToW_Open(nullptr);
+    if (question == "encoding before") {
+        PrintResults(ConvertLetter(early, &units), FlushNothing(early));
+        KXEncToW_Close(early);
+        return true;
+    }
+    const std::uint32_t count = KXEncUtilInit(nullptr);
+    const KXEncHandle late = KXEncToW_Open(nullptr);
+    if (question == "encoding after") {
+        const KXResult result = ConvertLetter(late, &units);
+        std::printf("0x%08X %d\n", static_cast<unsigned>(result), units);
+    } else if (question == "encoding around") {
+        PrintResults(ConvertLetter(early, &units), ConvertLetter(late, &units));
+    } else if (question == "encoding count") {
+        std::printf("%u\n", static_cast<unsigned>(count));
+    } else if (question == "encoding count twice") {
+        std::printf("%u\n", static_cast<unsigned>(KXEncUtilInit("")));
+    } else {
+        return false;
+    }
+    KXEncToW_Close(late);
+    KXEncToW_Close(early);
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -33,7 +89,7 @@ int main(int argc, char** argv) {
         std::printf("%zu\n", KXAnsiToUnicode(nullptr, "caf\xC3\xA9", 0));
     } else if (command == "fold") {
         std::printf("0x%08X\n", static_cast<unsigned>(FindInAnotherCase()));
-    } else {
+    } else if (!AnswerAboutEncodings(command)) {
         return 64;
     }
     return 0;
