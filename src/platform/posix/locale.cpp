@@ -67,7 +67,7 @@ constexpr CodeSet kCodeSets[] = {
     {"CP1257", 1257},     {"CP1258", 1258},
     {"IBM866", 866},      {"EUC-JP", 33722},
     {"SHIFT_JIS", 932},   {"WINDOWS-31J", 932},
-    {"EUC-KR", 970},      {"CP949", 949},
+    {"EUC-KR", 970},      {"CP949", 1363},
     {"GB2312", 1383},     {"GBK", 936},
     {"GB18030", 936},     {"BIG5", 950},
     {"BIG5-HKSCS", 950},  {"EUC-TW", 964},
