@@ -149,6 +149,28 @@ std::string Encode(const char* encoding, const std::u16string& text) {
     return bytes;
 }
 
+std::u16string Decode(const char* encoding, const std::string& bytes) {
+    UErrorCode status = U_ZERO_ERROR;
+    const Converter converter(ucnv_open(encoding, &status));
+    std::u16string text(bytes.size() * 8 + 64, u'\0');
+    text.resize(static_cast<std::size_t>(ucnv_toUChars(converter.get(), text.data(),
+                                                       static_cast<int>(text.size()), bytes.data(),
+                                                       static_cast<int>(bytes.size()), &status)));
+    EXPECT_TRUE(U_SUCCESS(status)) << encoding;
+    return text;
+}
+
+// These have several ways to write a text, and choose by what else is at hand: where a pivot ends
+// shows in the bytes, though not in the text.
+bool LooksAhead(const std::string& encoding) {
+    return encoding == "SCSU" || encoding.starts_with("LMBCS");
+}
+
+bool SaysTheSame(const char* encoding, const std::string& expected, const std::string& actual) {
+    if (expected == actual) return true;
+    return LooksAhead(encoding) && Decode(encoding, expected) == Decode(encoding, actual);
+}
+
 std::u16string Widened(const std::string& ascii) {
     return {ascii.begin(), ascii.end()};
 }
@@ -167,7 +189,7 @@ void ExpectAsTheOracle(const std::string& source, const char* sourceEncoding,
         EXPECT_EQ(room, all.written);
         return;
     }
-    EXPECT_TRUE(expected.text == all.text)
+    EXPECT_TRUE(SaysTheSame(targetEncoding, expected.text, all.text))
         << all.written << " bytes in the place of " << expected.text.size();
     // A target that fails does so up to a whole pivot behind what was read.
     if (!expected.targetFailed) {
@@ -175,9 +197,11 @@ void ExpectAsTheOracle(const std::string& source, const char* sourceEncoding,
     }
 }
 
+// All but one, whose converter is broken in ICU itself: setting its substitute frees what it needs.
 std::vector<std::string> AllEncodings() {
     std::vector<std::string> names;
     for (int i = 0; i < ucnv_countAvailable(); ++i) names.push_back(ucnv_getAvailableName(i));
+    std::erase(names, "x11-compound-text");
     return names;
 }
 
@@ -195,16 +219,18 @@ TEST(EncodingConvert, IsWhatIcuMakesOfAWholeTextInEveryEncoding) {
     const std::vector<std::string> names = AllEncodings();
     EXPECT_GT(names.size(), 200u);
     for (const std::string& name : names) {
-        const std::string valid = Encode(name.c_str(), RandomWide(random, 1300));
-        const std::string invalid = RandomBytes(random, 1300);
-        const std::string utf8 = Encode("UTF-8", RandomWide(random, 1300));
-        for (const int substitution : {-1, int{'?'}, 0}) {
-            ExpectAsTheOracle(valid, name.c_str(), "UTF-8", substitution);
-            ExpectAsTheOracle(invalid, name.c_str(), "UTF-8", substitution);
-            ExpectAsTheOracle(utf8, "UTF-8", name.c_str(), substitution);
+        for (const std::size_t length : {40, 1100, 3000}) {
+            const std::string valid = Encode(name.c_str(), RandomWide(random, length));
+            const std::string invalid = RandomBytes(random, length);
+            const std::string utf8 = Encode("UTF-8", RandomWide(random, length));
+            for (const int substitution : {-1, int{'?'}, 0}) {
+                ExpectAsTheOracle(valid, name.c_str(), "UTF-8", substitution);
+                ExpectAsTheOracle(invalid, name.c_str(), "UTF-8", substitution);
+                ExpectAsTheOracle(utf8, "UTF-8", name.c_str(), substitution);
+            }
+            ExpectAsTheOracle(invalid, "UTF-8", name.c_str(), '?');
+            ExpectAsTheOracle(valid, name.c_str(), name.c_str(), -1);
         }
-        ExpectAsTheOracle(invalid, "UTF-8", name.c_str(), '?');
-        ExpectAsTheOracle(invalid.substr(0, 40), name.c_str(), name.c_str(), -1);
     }
 }
 
