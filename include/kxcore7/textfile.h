@@ -31,7 +31,10 @@ KX_API void KXFileCloseUTF16(KXTextFileHandle file);
  */
 KX_API char16_t* KXFileGetLineUTF16(char16_t* buffer, int count, KXTextFileHandle file);
 
-/* Writes a line, CR and LF, on every system; the units written, fewer where writing fails. */
+/*
+ * Writes a line, CR and LF, on every system; the units written, 0 from where writing failed on.
+ * What the runtime keeps back for a while may fail with a later line, or unnoticed when closing.
+ */
 KX_API int KXFileWriteLineUTF16(const char16_t* line, KXTextFileHandle file);
 
 KX_EXTERN_C_END

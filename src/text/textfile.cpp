@@ -1,6 +1,8 @@
 #include <kxcore7/textfile.h>
 #include <unicode/ustdio.h>
 
+#include <cstdio>
+
 #include "platform/textfiles.h"
 
 using namespace kx;
@@ -33,5 +35,7 @@ char16_t* KXFileGetLineUTF16(char16_t* buffer, int count, KXTextFileHandle file)
 }
 
 int KXFileWriteLineUTF16(const char16_t* line, KXTextFileHandle file) {
-    return platform::PutLine(line, FileOf(file));
+    const int written = platform::PutLine(line, FileOf(file));
+    // ICU counts what it gave to the runtime, and does not ask what became of it.
+    return std::ferror(u_fgetfile(FileOf(file))) != 0 ? 0 : written;
 }
