@@ -195,6 +195,10 @@ TEST(EncodingUtf, ReadsNothingBehindACountedText) {
 }
 
 TEST(EncodingUtf, OfNothingIsATerminator) {
+    EXPECT_EQ(0, Call(KXEncUTF8ToUTF16, "not counted", 0, 9, kStop).length);
+    EXPECT_EQ(0, Call(KXEncUTF16ToUTF8, u"not counted", 0, 9, kStop).length);
+    EXPECT_EQ(0, Call(KXEncUTF8ToUTF32, "not counted", 0, 9, kStop).length);
+    EXPECT_EQ(0, Call(KXEncUTF32ToUTF8, U"not counted", 0, 9, kStop).length);
     ExpectTheLengthWhateverTheRoom(KXEncUTF8ToUTF16, std::string(), std::u16string());
     ExpectTheLengthWhateverTheRoom(KXEncUTF16ToUTF8, std::u16string(), std::string());
     ExpectTheLengthWhateverTheRoom(KXEncUTF8ToUTF32, std::string(), std::u32string());

@@ -36,9 +36,10 @@ TEST(LocaleOfTheProcess, IsItsNameWithoutCodesetAndModifier) {
         const char* locale;
         const char* name;
     } locales[] = {
-        {"tr_TR.UTF-8", "tr_TR"},   {"tr_TR.ISO-8859-9", "tr_TR"}, {"de_AT.ISO-8859-15", "de_AT"},
-        {"ja_JP.EUC-JP", "ja_JP"},  {"ru_RU.KOI8-R", "ru_RU"},     {"de_DE.UTF-8@euro", "de_DE"},
-        {"C.UTF-8", "en_US_POSIX"}, {"C", "en_US_POSIX"},          {"POSIX", "en_US_POSIX"},
+        {"tr_TR.UTF-8", "tr_TR"},  {"tr_TR.ISO-8859-9", "tr_TR"}, {"de_AT.ISO-8859-15", "de_AT"},
+        {"ja_JP.EUC-JP", "ja_JP"}, {"ru_RU.KOI8-R", "ru_RU"},     {"de_DE.UTF-8@euro", "de_DE"},
+        {"de_DE@euro", "de_DE"},   {"C.UTF-8", "en_US_POSIX"},    {"C", "en_US_POSIX"},
+        {"POSIX", "en_US_POSIX"},
     };
     for (const auto& [locale, name] : locales) {
         const InLocale scope(locale);
@@ -75,14 +76,9 @@ TEST(EncodingOfTheProcess, IsTheCodePageOfItsCodeset) {
         const char* locale;
         const char* name;
     } locales[] = {
-        {"C.UTF-8", "UTF-8"},
-        {"tr_TR.UTF-8", "UTF-8"},
-        {"de_DE.UTF-8@euro", "UTF-8"},
-        {"de_AT.ISO-8859-15", "CP923"},
-        {"tr_TR.ISO-8859-9", "CP920"},
-        {"ja_JP.EUC-JP", "CP33722"},
-        {"ru_RU.KOI8-R", "CP878"},
-        {"C", "CP367"},
+        {"C.UTF-8", "UTF-8"},        {"tr_TR.UTF-8", "UTF-8"},       {"de_DE.UTF-8@euro", "UTF-8"},
+        {"de_DE@euro", "CP923"},     {"de_AT.ISO-8859-15", "CP923"}, {"tr_TR.ISO-8859-9", "CP920"},
+        {"ja_JP.EUC-JP", "CP33722"}, {"ru_RU.KOI8-R", "CP878"},      {"C", "CP367"},
         {"POSIX", "CP367"},
     };
     for (const auto& [locale, name] : locales) {
