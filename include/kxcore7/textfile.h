@@ -32,8 +32,8 @@ KX_API void KXFileCloseUTF16(KXTextFileHandle file);
 KX_API char16_t* KXFileGetLineUTF16(char16_t* buffer, int count, KXTextFileHandle file);
 
 /*
- * Writes a line, CR and LF, on every system; the units written, 0 from where writing failed on.
- * What the runtime keeps back for a while may fail with a later line, or unnoticed when closing.
+ * Writes a line, CR and LF, on every system; the units that ICU wrote, fewer where it could not.
+ * ICU has written what it has handed to the runtime, so a device that is full is not noticed.
  */
 KX_API int KXFileWriteLineUTF16(const char16_t* line, KXTextFileHandle file);
 

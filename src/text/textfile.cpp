@@ -1,8 +1,6 @@
 #include <kxcore7/textfile.h>
 #include <unicode/ustdio.h>
 
-#include <cstdio>
-
 #include "platform/textfiles.h"
 
 using namespace kx;
@@ -35,7 +33,5 @@ char16_t* KXFileGetLineUTF16(char16_t* buffer, int count, KXTextFileHandle file)
 }
 
 int KXFileWriteLineUTF16(const char16_t* line, KXTextFileHandle file) {
-    const int written = platform::PutLine(line, FileOf(file));
-    // ICU counts what it gave to the runtime, and does not ask what became of it.
-    return std::ferror(u_fgetfile(FileOf(file))) != 0 ? 0 : written;
+    return platform::PutLine(line, FileOf(file));
 }
