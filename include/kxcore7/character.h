@@ -7,7 +7,8 @@
  * told; above it is the process's locale that answers.
  *
  * A byte reaches the locale with its sign, as text in char has it. So 0xFF comes as -1, which the C
- * runtime takes for the end of a file: it is in no class and has no other case, in any locale.
+ * runtime takes for the end of a file: it is in no class, in any locale. What else a negative
+ * number is to it differs between systems.
  *
  * Any thread may call these at any time. They cannot fail.
  */

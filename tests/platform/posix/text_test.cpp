@@ -1,6 +1,7 @@
 // What the runtime's tables hold about characters, where the runtime of Windows has it otherwise.
 #include <gtest/gtest.h>
 #include <kxcore7/character.h>
+#include <kxcore7/conversion.h>
 #include <kxcore7/str.h>
 
 #include <string>
@@ -87,10 +88,22 @@ TEST(LocaleTables, DigitsAreThoseOfAsciiAlone) {
     }
 }
 
-TEST(LocaleTables, NothingBehindAsciiIsInAClassInTheCLocale) {
+TEST(LocaleTables, NothingBehindAsciiHasAClassOrCaseInTheCLocale) {
     const InLocale locale("C");
+    for (int ch = 0x80; ch < 0x100; ++ch) {
+        EXPECT_EQ(ch, KXToLowerA(ch) & 0xFF);
+        EXPECT_EQ(ch, KXToUpperA(ch) & 0xFF);
+    }
     for (const int ch : {0xC4, 0xA0, 0x0416, 0x2003, 0x4E2D}) {
         EXPECT_EQ(0, KXIsAlphaW(ch)) << ch;
         EXPECT_EQ(0, KXIsSpaceW(ch)) << ch;
     }
+}
+
+TEST(LocaleTables, ACharacterThatTheLocaleHasNotCountsOnlyWhereItIsReached) {
+    const InLocale locale(kWesternLocale);
+    char buffer[8];
+    EXPECT_EQ(2u, KXUnicodeToAnsi(buffer, u"ab\u4E2Dz", 2));
+    EXPECT_EQ(~size_t{0}, KXUnicodeToAnsi(buffer, u"ab\u4E2Dz", 3));
+    EXPECT_EQ(~size_t{0}, KXUnicodeToAnsi(nullptr, u"ab\u4E2Dz", 0));
 }
