@@ -20,7 +20,8 @@ void RequireSameDouble(const std::u16string& units, const std::wstring& wide) {
     char16_t* end = nullptr;
     errno = 0;
     const double value = KXStrToDW(units.c_str(), &end);
-    Require(errno == error);
+    // The runtime reads a number out of what stands behind "nan", and may find it out of range.
+    Require(std::isnan(expected) || errno == error);
     Require(end - units.c_str() == wideEnd - wide.c_str());
     Require(std::isnan(expected)
                 ? std::isnan(value)
