@@ -40,9 +40,15 @@ void* operator new(std::size_t size) {
     if (void* const block = std::malloc(size != 0 ? size : 1)) return block;
     throw std::bad_alloc();
 }
-// A sanitizer's own form of this does not come here by itself.
+// The others come here by themselves, but for those of a sanitizer.
 void* operator new[](std::size_t size) {
     return operator new(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Fails() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+    return operator new(size, tag);
 }
 
 void operator delete(void* block) noexcept {
@@ -52,8 +58,8 @@ void operator delete(void* block, std::size_t) noexcept {
     std::free(block);
 }
 void operator delete[](void* block) noexcept {
-    std::free(block);
+    operator delete(block);
 }
 void operator delete[](void* block, std::size_t) noexcept {
-    std::free(block);
+    operator delete(block);
 }
