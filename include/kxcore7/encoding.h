@@ -7,8 +7,8 @@
  * ICU's default converter, once KXEncUtilInit was called; before, there is no converter.
  *
  * Results are KX_S_OK or
- *   KX_E_ENC_INVALID          text that is ill-formed, cut off, or not in the encoding, in stop
- * mode KX_CO_E_INIT_CLASS_CACHE  the target is full: call again with more room and the rest
+ *   KX_E_ENC_INVALID          stop mode: text that is ill-formed, cut off, or not in the encoding
+ *   KX_CO_E_INIT_CLASS_CACHE  the target is full: call again with more room and the rest
  *   KX_E_ENC_NOT_OPEN         the object has no converter
  *   KX_E_FAIL                 anything else, such as a bad argument
  *

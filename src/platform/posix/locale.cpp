@@ -44,7 +44,8 @@ wchar_t CharacterAt(const char16_t* src) {
 }
 
 // The encodings of the runtime's locales, and the code pages that ICU opens by "CP" and a number.
-// Without one of its own, an encoding has the nearest that holds its letters.
+// Without one of its own, an encoding has the nearest; of KOI8-U, that lacks the letters which only
+// Ukrainian has.
 struct CodeSet {
     std::string_view name;
     std::uint32_t codePage;
