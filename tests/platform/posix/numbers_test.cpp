@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <kxcore7/number.h>
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cmath>
@@ -67,15 +68,18 @@ void ExpectTheRuntimesInteger(const WideTexts& text, int radix) {
     ASSERT_EQ(wideEnd - text.wide.c_str(), end - text.units.c_str()) << text.Shown();
 }
 
-// The number in the middle between a random double and the next, to its last digit, and beyond.
-std::string RandomHalfway(std::mt19937& random) {
-    const std::uint64_t bits = (std::uint64_t{random()} << 32 | random()) & 0x7FEF'FFFF'FFFF'FFFF;
-    const double low = std::bit_cast<double>(bits);
-    const long double middle =
-        (static_cast<long double>(low) + std::bit_cast<double>(bits + 1)) / 2;
+// The number in the middle between a double, given by its bits, and the next, to its last digit.
+std::string Halfway(std::uint64_t bits) {
+    const auto low = static_cast<long double>(std::bit_cast<double>(bits));
     char text[1200];
-    const int length = std::snprintf(text, sizeof(text), "%.1100Lg", middle);
-    return std::string(text, static_cast<std::size_t>(length)) + OneOf(random, {"", "1", "0"});
+    const int length =
+        std::snprintf(text, sizeof(text), "%.1100Lg", (low + std::bit_cast<double>(bits + 1)) / 2);
+    return std::string(text, static_cast<std::size_t>(length));
+}
+
+// With one more digit, in front of the exponent if there is one.
+std::string WithDigit(std::string number, const char* digit) {
+    return number.insert(std::min(number.find('e'), number.size()), digit);
 }
 
 class WideNumbers : public ::testing::Test {
@@ -100,7 +104,20 @@ TEST_F(WideNumbers, FloatingPointIsTheRuntimesWithADecimalComma) {
 
 TEST_F(WideNumbers, FloatingPointInTheMiddleOfTwoNeighboursIsTheRuntimes) {
     for (int i = 0; i < 3'000 && !HasFatalFailure(); ++i) {
-        ExpectTheRuntimesDouble(WideTexts(RandomHalfway(m_random)));
+        const std::uint64_t bits = std::uint64_t{m_random()} << 32 | m_random();
+        const std::string middle = Halfway(bits & 0x7FEF'FFFF'FFFF'FFFF);
+        ExpectTheRuntimesDouble(WideTexts(middle));
+        ExpectTheRuntimesDouble(WideTexts(WithDigit(middle, "1")));
+    }
+}
+
+// No middle has more digits than those below the smallest number of full precision.
+TEST_F(WideNumbers, FloatingPointIsTheRuntimesWithAsManyDigitsAsCanCount) {
+    for (std::uint64_t below = 1; below < 100; ++below) {
+        const std::string middle = Halfway((std::uint64_t{1} << 52) - below);
+        EXPECT_GT(middle.find('e'), 760u);
+        ExpectTheRuntimesDouble(WideTexts(middle));
+        ExpectTheRuntimesDouble(WideTexts(WithDigit(middle, "1")));
     }
 }
 
