@@ -12,10 +12,17 @@ using namespace kx;
 
 namespace {
 
-std::int64_t Read(const char* text, char** end, int radix) {
-    // What a runtime leaves alone for a radix that is none.
+// Narrow text by the runtime, which may leave anything in *end for a radix that is none.
+template <typename Value>
+Value Read(Value (*read)(const char*, char**, int), const char* text, char** end, int radix) {
+    if (radix == 0 || (radix >= 2 && radix <= 36)) return read(text, end, radix);
     if (end != nullptr) *end = const_cast<char*>(text);
-    return std::strtoll(text, end, radix);
+    errno = EINVAL;
+    return 0;
+}
+
+std::int64_t Read(const char* text, char** end, int radix) {
+    return Read<long long>(std::strtoll, text, end, radix);
 }
 
 std::int64_t Read(const char16_t* text, char16_t** end, int radix) {
@@ -104,8 +111,7 @@ uint32_t KXStrToULW(const char16_t* str, char16_t** end, int radix) {
 }
 
 uint64_t KXStrToULLA(const char* str, char** end, int radix) {
-    if (end != nullptr) *end = const_cast<char*>(str);
-    return std::strtoull(str, end, radix);
+    return Read<unsigned long long>(std::strtoull, str, end, radix);
 }
 
 double KXStrToDA(const char* str, char** end) {

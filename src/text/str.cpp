@@ -127,7 +127,7 @@ size_t KXStrLenUTF16(const char16_t* str) {
 }
 
 size_t KXStrNLenA(const char* str, size_t maxCount) {
-    return strnlen(str, maxCount);
+    return maxCount != 0 ? strnlen(str, maxCount) : 0;
 }
 
 size_t KXStrNLenW(const char16_t* str, size_t maxCount) {

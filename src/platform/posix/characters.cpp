@@ -1,7 +1,5 @@
 #include "platform/characters.h"
 
-#include <strings.h>
-
 #include <cctype>
 #include <cwctype>
 
@@ -16,6 +14,21 @@ constexpr int Signed(char ch) {
 template <typename Unit>
 void ChangeText(Unit* text, Unit (*change)(Unit)) {
     for (; *text != 0; ++text) *text = change(*text);
+}
+
+// In whole strings bytes have no sign.
+int LowerByte(char ch) {
+    return std::tolower(static_cast<unsigned char>(ch));
+}
+
+// The runtime has this for bytes, but where a sanitizer stands in for it only ASCII is folded.
+template <typename Unit>
+int CompareText(const Unit* a, const Unit* b, std::size_t count, int (*fold)(Unit)) {
+    for (; count != 0; --count, ++a, ++b) {
+        const int difference = fold(*a) - fold(*b);
+        if (difference != 0 || *a == 0) return difference;
+    }
+    return 0;
 }
 
 }  // namespace
@@ -52,9 +65,7 @@ char16_t ToUpper(char16_t ch) noexcept {
 }
 
 void LowerText(char* text) noexcept {
-    ChangeText<char>(text, [](char ch) {
-        return static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    });
+    ChangeText<char>(text, [](char ch) { return static_cast<char>(LowerByte(ch)); });
 }
 void LowerText(char16_t* text) noexcept {
     ChangeText<char16_t>(text, ToLower);
@@ -69,20 +80,16 @@ void UpperText(char16_t* text) noexcept {
 }
 
 int CompareFolded(const char* a, const char* b) noexcept {
-    return strcasecmp(a, b);
+    return CompareFolded(a, b, ~std::size_t{0});
 }
 int CompareFolded(const char* a, const char* b, std::size_t count) noexcept {
-    return strncasecmp(a, b, count);
+    return CompareText<char>(a, b, count, LowerByte);
 }
 int CompareFolded(const char16_t* a, const char16_t* b) noexcept {
     return CompareFolded(a, b, ~std::size_t{0});
 }
 int CompareFolded(const char16_t* a, const char16_t* b, std::size_t count) noexcept {
-    for (; count != 0; --count, ++a, ++b) {
-        const int difference = ToLower(*a) - ToLower(*b);
-        if (difference != 0 || *a == 0) return difference;
-    }
-    return 0;
+    return CompareText<char16_t>(a, b, count, [](char16_t unit) -> int { return ToLower(unit); });
 }
 
 }  // namespace kx::platform
