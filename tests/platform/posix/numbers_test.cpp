@@ -78,8 +78,8 @@ std::string Halfway(std::uint64_t bits) {
 }
 
 // With one more digit, in front of the exponent if there is one.
-std::string WithDigit(std::string number, const char* digit) {
-    return number.insert(std::min(number.find('e'), number.size()), digit);
+std::string WithDigit(std::string number, char digit) {
+    return number.insert(std::min(number.find('e'), number.size()), 1, digit);
 }
 
 class WideNumbers : public ::testing::Test {
@@ -107,7 +107,7 @@ TEST_F(WideNumbers, FloatingPointInTheMiddleOfTwoNeighboursIsTheRuntimes) {
         const std::uint64_t bits = std::uint64_t{m_random()} << 32 | m_random();
         const std::string middle = Halfway(bits & 0x7FEF'FFFF'FFFF'FFFF);
         ExpectTheRuntimesDouble(WideTexts(middle));
-        ExpectTheRuntimesDouble(WideTexts(WithDigit(middle, "1")));
+        ExpectTheRuntimesDouble(WideTexts(WithDigit(middle, '1')));
     }
 }
 
@@ -117,7 +117,7 @@ TEST_F(WideNumbers, FloatingPointIsTheRuntimesWithAsManyDigitsAsCanCount) {
         const std::string middle = Halfway((std::uint64_t{1} << 52) - below);
         EXPECT_GT(middle.find('e'), 760u);
         ExpectTheRuntimesDouble(WideTexts(middle));
-        ExpectTheRuntimesDouble(WideTexts(WithDigit(middle, "1")));
+        ExpectTheRuntimesDouble(WideTexts(WithDigit(middle, '1')));
     }
 }
 
