@@ -133,7 +133,10 @@ TEST(StrCaseUtf16, GrowsIntoThatRoom) {
 }
 
 TEST(StrCaseUtf16, LeavesTextThatOutgrowsTheRoom) {
-    char16_t text[] = u"\u0390\u0390\0.!";  // three units each in upper case
-    EXPECT_EQ(u"\u0390\u0390"s, KXStrToUpperUTF16(text));
-    EXPECT_EQ(u"\u0390\u0390\0.!"s, std::u16string(text, 5));
+    // Three units each in upper case; of the second text the start alone would fit.
+    for (const auto text : {u"\u0390\u0390\0.!#"sv, u"a\u0390\u0390\0.!"sv}) {
+        const auto units = Tight<char16_t>(text);
+        EXPECT_EQ(units.get(), KXStrToUpperUTF16(units.get()));
+        EXPECT_EQ(text, std::u16string(units.get(), text.size()));
+    }
 }
