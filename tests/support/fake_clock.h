@@ -12,7 +12,8 @@ struct FakeClock {
     bool hasPerformanceCounter = true;
     std::int64_t performanceCounter = 0;
     std::int64_t performanceStep = 0;  // how far each look moves the counter
-    std::int64_t performanceFrequency = 1;
+    // In every test the same: locks that measure ask once a process.
+    std::int64_t performanceFrequency = 1000;
     std::uint32_t tickCount = 0;
     std::uint64_t systemTime = 0;
     platform::NativeError zoneError = 0;
