@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <string>
 #include <utility>
 
 #include "locks/mutex.h"
@@ -29,6 +30,8 @@ class CKXLockStatManager final {
     void RemoveLock(std::int32_t type, IMutex* lock);
     // Adds, then removes, in two steps: in between the lock stands in the list twice.
     void ChangeLockType(std::int32_t newType, std::int32_t oldType, IMutex* lock);
+    // Appends a report on all of them to a file. Throws what the file's stream throws.
+    KXResult DumpStats(const char* title, const char16_t* file);
     // Lets the destroyed locks go and zeroes the living ones.
     void ResetAll();
 
@@ -41,6 +44,8 @@ class CKXLockStatManager final {
             return std::less<>()(a.second, b.second);
         }
     };
+
+    std::string Rows() const;
 
     KXMutexHandle m_mutex = KX_INVALID_HANDLE;
     std::map<Key, IMutex*, KeyOrder> m_records;

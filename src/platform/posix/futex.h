@@ -1,4 +1,5 @@
-// Waiting on a word and waking those who wait; all within one process.
+// Waiting on a word and waking those who wait, all within one process, and the lock that this
+// makes.
 #ifndef KXCORE7_SRC_PLATFORM_POSIX_FUTEX_H
 #define KXCORE7_SRC_PLATFORM_POSIX_FUTEX_H
 
@@ -7,12 +8,68 @@
 
 namespace kx::platform {
 
-// Sleeps while the word is expected; may return early for no reason.
-void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected) noexcept;
+// Nanoseconds of the monotonic clock.
+using Deadline = std::int64_t;
+inline constexpr Deadline kNever = -1;
+
+// So many milliseconds from now; kNever for all bits one.
+Deadline DeadlineIn(std::uint32_t milliseconds) noexcept;
+
+// Sleeps while the word is expected, at most up to the deadline; may return early for no reason.
+// Whether the deadline has not passed.
+bool FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected,
+               Deadline deadline = kNever) noexcept;
 
 // Wakes at most count waiters of the word. The word's storage may be gone by then: a stray wake-up
 // at its address is harmless.
 void FutexWake(std::atomic<std::uint32_t>* word, int count) noexcept;
+
+// A lock of one word: free -> held by whoever takes it; held -> contended by whoever has to sleep.
+// Who wakes takes the lock as contended, since others may sleep still; the wake-up that this costs
+// when nobody does is the price of one word. (The algorithm is Drepper's third mutex in "Futexes
+// Are Tricky".)
+class FutexMutex final {
+  public:
+    bool TryLock() noexcept {
+        std::uint32_t expected = kFree;
+        return m_word.compare_exchange_strong(expected, kHeld, std::memory_order_acquire,
+                                              std::memory_order_relaxed);
+    }
+
+    void Lock() noexcept {
+        if (!TryLock()) LockContended(0);
+    }
+
+    // Tries spinCount times before it sleeps.
+    [[gnu::cold]] void LockContended(std::uint32_t spinCount) noexcept {
+        for (; spinCount != 0; --spinCount) {
+            if (m_word.load(std::memory_order_relaxed) == kFree && TryLock()) return;
+            Pause();
+        }
+        while (m_word.exchange(kContended, std::memory_order_acquire) != kFree) {
+            FutexWait(m_word, kContended);
+        }
+    }
+
+    // From the exchange on the lock may be taken and destroyed by another thread.
+    void Unlock() noexcept {
+        std::atomic<std::uint32_t>* const word = &m_word;
+        if (word->exchange(kFree, std::memory_order_release) == kContended) FutexWake(word, 1);
+    }
+
+  private:
+    static constexpr std::uint32_t kFree = 0;
+    static constexpr std::uint32_t kHeld = 1;
+    static constexpr std::uint32_t kContended = 2;
+
+    static void Pause() noexcept {
+#if defined(__x86_64__) || defined(__i386__)
+        __builtin_ia32_pause();
+#endif
+    }
+
+    std::atomic<std::uint32_t> m_word{kFree};
+};
 
 }  // namespace kx::platform
 

@@ -1,0 +1,264 @@
+#include "platform/waitables.h"
+
+#include <atomic>
+#include <new>
+
+#include "platform/posix/wait_queue.h"
+
+namespace kx::platform {
+namespace {
+
+// A count, and the line of those who wait for it. Neither a count nor a wait that is served at once
+// touches the line, and a count that is given to the first in line is never seen by others, so that
+// nobody who comes later gets ahead.
+//
+//   m_count   means                   give                        take
+//   n >= 0    so many may pass        n + 1, up to the ceiling    n - 1; at 0 get in line: -1
+//   -1        threads are in line     the first in line passes;   get in line
+//                                     0 when it was the last
+//
+// To and from -1 it changes under the line's guard only.
+class Counter final {
+  public:
+    Counter(std::int32_t count, std::int32_t ceiling) noexcept
+        : m_count(count), m_ceiling(ceiling) {}
+
+    // False at the ceiling.
+    bool Give() noexcept {
+        for (;;) {
+            std::int32_t count = m_count.load(std::memory_order_relaxed);
+            if (count == m_ceiling) return false;
+            if (count == kInLine) {
+                if (GiveToFirst()) return true;
+                continue;
+            }
+            if (m_count.compare_exchange_weak(count, count + 1, std::memory_order_release,
+                                              std::memory_order_relaxed)) {
+                return true;
+            }
+        }
+    }
+
+    // Lets everyone in line through, and then keeps one for whoever takes without using it up.
+    void GiveToAll() noexcept {
+        std::int32_t count = 0;
+        if (m_count.compare_exchange_strong(count, 1, std::memory_order_release,
+                                            std::memory_order_relaxed)) {
+            return;
+        }
+        if (count == 1) return;
+        m_line.Lock();
+        Waiter* const all = m_line.PopAll();
+        m_count.store(1, std::memory_order_release);
+        m_line.Unlock();
+        WaitQueue::ReleaseAll(all);
+    }
+
+    // Takes a count of 1 back.
+    void TakeBack() noexcept {
+        std::int32_t count = 1;
+        m_count.compare_exchange_strong(count, 0, std::memory_order_relaxed);
+    }
+
+    // Whether somebody may pass at this moment, who uses up what is left by uses.
+    bool TryTake(std::int32_t uses) noexcept {
+        std::int32_t count = m_count.load(std::memory_order_acquire);
+        while (count > 0) {
+            if (uses == 0 ||
+                m_count.compare_exchange_weak(count, count - uses, std::memory_order_acquire,
+                                              std::memory_order_acquire)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    NativeError Take(std::int32_t uses, std::uint32_t milliseconds) noexcept {
+        if (TryTake(uses)) return kSuccess;
+        if (milliseconds == 0) return kWaitTimedOut;
+        return TakeInLine(uses, DeadlineIn(milliseconds));
+    }
+
+  private:
+    static constexpr std::int32_t kInLine = -1;
+
+    bool GiveToFirst() noexcept {
+        m_line.Lock();
+        Waiter* const first = m_line.Pop();
+        if (first != nullptr) OpenIfNobodyIsInLine();
+        m_line.Unlock();
+        if (first == nullptr) return false;
+        WaitQueue::Release(first);
+        return true;
+    }
+
+    [[gnu::cold]] NativeError TakeInLine(std::int32_t uses, Deadline deadline) noexcept {
+        Waiter self;
+        m_line.Lock();
+        if (TryTakeOrClose(uses)) {
+            m_line.Unlock();
+            return kSuccess;
+        }
+        m_line.Push(self);
+        m_line.Unlock();
+        const bool released = m_line.WaitFor(self, deadline, [this] { OpenIfNobodyIsInLine(); });
+        return released ? kSuccess : kWaitTimedOut;
+    }
+
+    // Under the guard: takes, or leaves the word at -1.
+    bool TryTakeOrClose(std::int32_t uses) noexcept {
+        for (;;) {
+            if (TryTake(uses)) return true;
+            std::int32_t count = 0;
+            if (m_count.compare_exchange_strong(count, kInLine, std::memory_order_relaxed) ||
+                count == kInLine) {
+                return false;
+            }
+        }
+    }
+
+    void OpenIfNobodyIsInLine() noexcept {
+        if (m_line.IsEmpty()) m_count.store(0, std::memory_order_relaxed);
+    }
+
+    std::atomic<std::int32_t> m_count;
+    WaitQueue m_line;
+    const std::int32_t m_ceiling;
+};
+
+class FutexEvent final {
+  public:
+    explicit FutexEvent(bool manualReset) noexcept : m_counter(0, 1), m_uses(manualReset ? 0 : 1) {}
+
+    void Set() noexcept {
+        if (m_uses == 0) {
+            m_counter.GiveToAll();
+        } else {
+            m_counter.Give();
+        }
+    }
+    void Reset() noexcept { m_counter.TakeBack(); }
+    NativeError Wait(std::uint32_t milliseconds) noexcept {
+        return m_counter.Take(m_uses, milliseconds);
+    }
+
+  private:
+    Counter m_counter;
+    const std::int32_t m_uses;
+};
+
+// The line alone: what nobody waits for is not kept. The flag saves the guard while nobody does; a
+// thread that changed what others wait for did so under their lock, behind their getting in line.
+class FutexCondition final {
+  public:
+    NativeError Wait(CriticalSection& lock, std::uint32_t milliseconds) noexcept {
+        Waiter self;
+        const Deadline deadline = DeadlineIn(milliseconds);
+        m_line.Lock();
+        m_line.Push(self);
+        NoteIfSomebodyWaits();
+        m_line.Unlock();
+        lock.Leave();
+        const bool released = m_line.WaitFor(self, deadline, [this] { NoteIfSomebodyWaits(); });
+        if (!lock.TryEnter()) lock.EnterContended();
+        return released ? kSuccess : kConditionTimedOut;
+    }
+
+    void WakeOne() noexcept {
+        if (!m_waiting.load(std::memory_order_acquire)) return;
+        m_line.Lock();
+        Waiter* const first = m_line.Pop();
+        NoteIfSomebodyWaits();
+        m_line.Unlock();
+        if (first != nullptr) WaitQueue::Release(first);
+    }
+
+    void WakeAll() noexcept {
+        if (!m_waiting.load(std::memory_order_acquire)) return;
+        m_line.Lock();
+        Waiter* const all = m_line.PopAll();
+        NoteIfSomebodyWaits();
+        m_line.Unlock();
+        WaitQueue::ReleaseAll(all);
+    }
+
+  private:
+    void NoteIfSomebodyWaits() noexcept {
+        m_waiting.store(!m_line.IsEmpty(), std::memory_order_relaxed);
+    }
+
+    WaitQueue m_line;
+    std::atomic<bool> m_waiting{false};
+};
+
+// What goes into storage of a header's; no header needs to know it.
+template <typename Object>
+Object& In(std::byte* storage) {
+    return *std::launder(reinterpret_cast<Object*>(storage));
+}
+
+}  // namespace
+
+Event::Event() noexcept = default;
+
+Event::~Event() = default;
+
+NativeError Event::Create(bool manualReset) noexcept {
+    static_assert(sizeof(FutexEvent) <= sizeof storage_);
+    new (storage_) FutexEvent(manualReset);
+    return kSuccess;
+}
+
+NativeError Event::Set() noexcept {
+    In<FutexEvent>(storage_).Set();
+    return kSuccess;
+}
+
+NativeError Event::Reset() noexcept {
+    In<FutexEvent>(storage_).Reset();
+    return kSuccess;
+}
+
+NativeError Event::Wait(std::uint32_t milliseconds) noexcept {
+    return In<FutexEvent>(storage_).Wait(milliseconds);
+}
+
+Semaphore::Semaphore() noexcept = default;
+
+Semaphore::~Semaphore() = default;
+
+NativeError Semaphore::Create(std::uint32_t count, std::uint32_t ceiling) noexcept {
+    static_assert(sizeof(Counter) <= sizeof storage_);
+    if (count > ceiling) return kInvalidParameter;
+    new (storage_) Counter(static_cast<std::int32_t>(count), static_cast<std::int32_t>(ceiling));
+    return kSuccess;
+}
+
+NativeError Semaphore::Post() noexcept {
+    return In<Counter>(storage_).Give() ? kSuccess : kTooManyPosts;
+}
+
+NativeError Semaphore::Wait(std::uint32_t milliseconds) noexcept {
+    return In<Counter>(storage_).Take(1, milliseconds);
+}
+
+Condition::Condition() noexcept {
+    static_assert(sizeof(FutexCondition) <= sizeof storage_);
+    new (storage_) FutexCondition;
+}
+
+Condition::~Condition() = default;
+
+NativeError Condition::Wait(CriticalSection& lock, std::uint32_t milliseconds) noexcept {
+    return In<FutexCondition>(storage_).Wait(lock, milliseconds);
+}
+
+void Condition::WakeOne() noexcept {
+    In<FutexCondition>(storage_).WakeOne();
+}
+
+void Condition::WakeAll() noexcept {
+    In<FutexCondition>(storage_).WakeAll();
+}
+
+}  // namespace kx::platform
