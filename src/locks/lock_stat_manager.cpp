@@ -46,7 +46,8 @@ std::string Row(std::int32_t type, IMutex* lock) {
     for (const std::int64_t number :
          {record.heldCount, record.totalHeldTime, record.maxHeldTime, record.acquireCount,
           record.totalAcquireTime, record.maxAcquireTime, record.contentionCount}) {
-        row += "," + std::to_string(number);
+        row += ',';
+        row += std::to_string(number);
     }
     return row + "\n";
 }
