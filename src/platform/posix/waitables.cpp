@@ -23,41 +23,45 @@ class Counter final {
     Counter(std::int32_t count, std::int32_t ceiling) noexcept
         : m_count(count), m_ceiling(ceiling) {}
 
-    // False at the ceiling.
+    // False at the ceiling. There it writes the word all the same: whoever takes what was there
+    // already is to see what was done before this call as well.
     bool Give() noexcept {
+        std::int32_t count = m_count.load(std::memory_order_relaxed);
         for (;;) {
-            std::int32_t count = m_count.load(std::memory_order_relaxed);
-            if (count == m_ceiling) return false;
             if (count == kInLine) {
                 if (GiveToFirst()) return true;
+                count = m_count.load(std::memory_order_relaxed);
                 continue;
             }
-            if (m_count.compare_exchange_weak(count, count + 1, std::memory_order_release,
+            const std::int32_t more = count < m_ceiling ? count + 1 : count;
+            if (m_count.compare_exchange_weak(count, more, std::memory_order_release,
                                               std::memory_order_relaxed)) {
-                return true;
+                return more != count;
             }
         }
     }
 
     // Lets everyone in line through, and then keeps one for whoever takes without using it up.
     void GiveToAll() noexcept {
-        std::int32_t count = 0;
-        if (m_count.compare_exchange_strong(count, 1, std::memory_order_release,
-                                            std::memory_order_relaxed)) {
-            return;
+        std::int32_t count = m_count.load(std::memory_order_relaxed);
+        for (;;) {
+            if (count == kInLine) {
+                if (GiveToLine()) return;
+                count = m_count.load(std::memory_order_relaxed);
+                continue;
+            }
+            if (m_count.compare_exchange_weak(count, 1, std::memory_order_release,
+                                              std::memory_order_relaxed)) {
+                return;
+            }
         }
-        if (count == 1) return;
-        m_line.Lock();
-        Waiter* const all = m_line.PopAll();
-        m_count.store(1, std::memory_order_release);
-        m_line.Unlock();
-        WaitQueue::ReleaseAll(all);
     }
 
-    // Takes a count of 1 back.
+    // Takes a count of 1 back. Who does sees what was done before it was given.
     void TakeBack() noexcept {
         std::int32_t count = 1;
-        m_count.compare_exchange_strong(count, 0, std::memory_order_relaxed);
+        m_count.compare_exchange_strong(count, 0, std::memory_order_acquire,
+                                        std::memory_order_relaxed);
     }
 
     // Whether somebody may pass at this moment, who uses up what is left by uses.
@@ -89,6 +93,19 @@ class Counter final {
         m_line.Unlock();
         if (first == nullptr) return false;
         WaitQueue::Release(first);
+        return true;
+    }
+
+    // The word says that all may pass before the guard is free; but those in line wait still, and
+    // nobody may destroy the object before they are gone. Without them anybody might: hence none of
+    // this for a line that is empty by now.
+    bool GiveToLine() noexcept {
+        m_line.Lock();
+        Waiter* const all = m_line.PopAll();
+        if (all != nullptr) m_count.store(1, std::memory_order_release);
+        m_line.Unlock();
+        if (all == nullptr) return false;
+        WaitQueue::ReleaseAll(all);
         return true;
     }
 
