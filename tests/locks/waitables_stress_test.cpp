@@ -58,7 +58,7 @@ class Meeting final {
         m_arrived.fetch_add(1);
         // Spinning first, to set out at the same time.
         for (int spins = 0; m_arrived < 2 * (round + 1); ++spins) {
-            if (spins > 20'000) std::this_thread::yield();
+            if (spins > 1'000) std::this_thread::yield();
         }
     }
 
@@ -119,8 +119,8 @@ void ExpectNoWorkIsMissed(Set set, TakeBack takeBack) {
         std::atomic<int> done{0};
         int seen = 0;
     };
-    constexpr std::size_t kObjects = 128;
-    constexpr int kRounds = 2'000;
+    constexpr std::size_t kObjects = 1'024;
+    constexpr int kRounds = 150;
     const std::vector<Object> objects(kObjects);
     std::vector<Work> works(kObjects);
     Meeting meeting;
@@ -144,6 +144,27 @@ void ExpectNoWorkIsMissed(Set set, TakeBack takeBack) {
             for (std::size_t i = 0; thread == 0 && i < kObjects; ++i) {
                 const bool left = KXEventTimedWait(objects[i], 0) == KX_S_OK;
                 EXPECT_TRUE(left || works[i].seen == 1) << round;
+            }
+        }
+    });
+}
+
+// A thread that is about to get in line looks once more.
+TEST(WaitablesUnderStress, NoSignalIsLostOnTheWayIntoTheLine) {
+    constexpr std::uint32_t kAnHour = 3'600'000;
+    const std::vector<Event> events(256);
+    Meeting meeting;
+    RunThreads(2, [&](int thread) {
+        Limits limits(thread);
+        for (int round = 0; round < 60; ++round) {
+            meeting.Meet(round);
+            for (const Event& event : events) {
+                limits.Dawdle(60);
+                if (thread == 0) {
+                    KXEventSignal(event);
+                } else {
+                    EXPECT_RESULT(KX_S_OK, KXEventTimedWait(event, kAnHour));
+                }
             }
         }
     });
