@@ -8,6 +8,7 @@
 
 #include "support/results.h"
 #include "support/waitables.h"
+#include "support/wine.h"
 
 using kx::test::Condition;
 using kx::test::Event;
@@ -58,7 +59,7 @@ class Meeting final {
         m_arrived.fetch_add(1);
         // Spinning first, to set out at the same time.
         for (int spins = 0; m_arrived < 2 * (round + 1); ++spins) {
-            if (spins > 1'000) std::this_thread::yield();
+            if (spins > 300) std::this_thread::yield();
         }
     }
 
@@ -120,12 +121,13 @@ void ExpectNoWorkIsMissed(Set set, TakeBack takeBack) {
         int seen = 0;
     };
     constexpr std::size_t kObjects = 1'024;
-    constexpr int kRounds = 150;
+    // Where every operation is a request to a server, the order is the server's: a few will do.
+    const int rounds = kx::test::IsWine() ? 3 : 100;
     const std::vector<Object> objects(kObjects);
     std::vector<Work> works(kObjects);
     Meeting meeting;
     RunThreads(2, [&](int thread) {
-        for (int round = 0; round < kRounds; ++round) {
+        for (int round = 0; round < rounds; ++round) {
             for (std::size_t i = 0; thread == 0 && i < kObjects; ++i) {
                 works[i].done.store(0, std::memory_order_relaxed);
                 set(objects[i]);
