@@ -57,12 +57,15 @@ void CKXRWLockImpl::AddReader(std::uint32_t thread) {
     m_array.push_back({thread, 1});
 }
 
-// Whether the thread that tries for the write lock has nobody left to wait for.
+bool CKXRWLockImpl::NobodyElseReads(std::uint32_t thread) const {
+    if (m_array.empty()) return true;
+    return m_array.size() == 1 && m_array.front().thread == thread;
+}
+
+// Whether the thread that waits for the write lock has nobody left to wait for.
 bool CKXRWLockImpl::OnlyPendingWriterReads() const {
     const std::uint32_t writer = m_pendingWriter;
-    if (writer == 0) return false;
-    if (m_array.empty()) return true;
-    return m_array.size() == 1 && m_array.front().thread == writer;
+    return writer != 0 && NobodyElseReads(writer);
 }
 
 void CKXRWLockImpl::BeginWriting(std::int32_t depth) {
@@ -159,7 +162,7 @@ KXResult CKXRWLockImpl::WaitForReaders() {
 
 KXResult CKXRWLockImpl::TestReaders() {
     if (KXMutexTryAcquire(m_arrayLock.Get()) < 0) return KX_E_FAIL;
-    const bool nobody = OnlyPendingWriterReads();
+    const bool nobody = NobodyElseReads(platform::CurrentThreadId());
     KXMutexRelease(m_arrayLock.Get());
     return nobody ? KX_S_OK : KXGateTryWait(m_writerGate.Get());
 }
@@ -176,7 +179,8 @@ KXResult CKXRWLockImpl::AcquireWrite() {
     return KX_S_OK;
 }
 
-// The mark of the pending writer goes before the lock does: behind it, it could be the next one's.
+// A try does not show as the pending writer: the last other reader would open the gate for it, and
+// if the try failed all the same, the gate would be left open beside the thread's own read holds.
 KXResult CKXRWLockImpl::TryAcquireWrite() {
     if (!HasLocks()) return KX_E_FAIL;
     if (KXMutexTryAcquire(m_lock.Get()) < 0) return KX_E_FAIL;
@@ -184,12 +188,10 @@ KXResult CKXRWLockImpl::TryAcquireWrite() {
         ++m_count;
         return KX_S_OK;
     }
-    m_pendingWriter = platform::CurrentThreadId();
     if (TestReaders() >= 0) {
         BeginWriting(1);
         return KX_S_OK;
     }
-    m_pendingWriter = 0;
     KXMutexRelease(m_lock.Get());
     return KX_E_FAIL;
 }

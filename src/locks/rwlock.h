@@ -49,6 +49,7 @@ class CKXRWLockImpl final {
     Readers::iterator Find(std::uint32_t thread);
     bool AddHold(std::uint32_t thread);
     void AddReader(std::uint32_t thread);
+    bool NobodyElseReads(std::uint32_t thread) const;
     bool OnlyPendingWriterReads() const;
     KXResult WaitForReaders();
     KXResult TestReaders();
