@@ -15,11 +15,14 @@
  *   write-held     by the writer: one parked    by the writer: depth     the last write release:
  *                  hold more; by others: waits  + 1; by others: waits    free, or read-held
  *
- * Two readers that both ask for the write lock wait for each other for ever: nobody notices. Use
- * the try form, or do not upgrade where others may.
+ * Two readers that both ask for the write lock wait for each other for ever, and so do a reader
+ * that asks for it and a writer that waits already: nobody notices. Use the try form, or do not
+ * upgrade where others may write.
  *
  * Behind an upgrade that had to wait the lock's inner gate stays open: until all readers have gone,
- * a later writer may get through beside them. Callers rely on the cheap release that this buys.
+ * a later writer may get through beside them. Callers rely on the cheap release that this buys. A
+ * reader that lets go beside such a writer can leave the lock stuck, so whoever upgraded does best
+ * to release its read holds before others write.
  *
  * Any thread may call these. KX_E_OUTOFMEMORY, or a failure of the system, in the middle of an
  * acquire leaves the lock unusable.

@@ -98,6 +98,7 @@ check_event() {
     breaks leaves-closed "$line" -DTIMED=1 -DLEAVES_CLOSED
     breaks gives-up-late "$sum" -DTIMED=1 -DGIVES_UP_LATE
     breaks does-not-await 'onStack[' -DTIMED=1 -DDOES_NOT_AWAIT
+    breaks passes-by '!(owed[' -DPASSES_BY
     breaks releases-inside '!(destroyed)' -DWAITERS=1 -DDESTROYS -DRELEASES_INSIDE
     breaks opens-for-nobody '!(destroyed)' -DMANUAL -DWAITERS=1 -DTIMED=1 -DDESTROYS -DOPENS_FOR_NOBODY
     breaks takes-back-blindly "$sum" -DTAKES_BACK -DTAKES_BACK_BLINDLY
@@ -123,7 +124,7 @@ check_rwlock() {
     breaks two-upgraders $stuck -DMAY_1=$((read + upgrade)) -DMAY_2=$((read + upgrade))
     breaks upgrader-and-writer $stuck -DMAY_1=$((read + upgrade)) -DMAY_2=$write
     breaks gate-left-open 'reads[1]==0' -DMAY_1=$read -DMAY_2=$((read + upgrade)) -DSTRICT
-    breaks reader-left-behind $stuck -DMAY_1=$read -DMAY_2=$((read + upgrade)) -DHOLDS=1 -DGOES_ON
+    breaks stuck-behind-it $stuck -DMAY_1=$read -DMAY_2=$((read + upgrade)) -DHOLDS=1 -DGOES_ON
 
     local upgrades="-DMAY_1=$read -DMAY_2=$((read + upgrade))"
     # shellcheck disable=SC2086

@@ -21,6 +21,9 @@
 //   writer waiting   false            the writer        read holds           closed
 //   write-held       true             0                 the writer's depth   whatever it was
 //
+// The gate stays closed behind a thread that gave its read holds up while it wrote; nobody looks at
+// it while the array is empty.
+//
 // A writer holds m_lock from the start of its acquire to the end of its release, and waits at the
 // gate with it: new readers, who take it on their way in, queue behind. m_lock comes before
 // m_arrayLock, and nobody waits for anything else with that one held. Outcomes are as told for the

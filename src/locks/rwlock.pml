@@ -17,8 +17,8 @@
  * What is meant and is no fault: behind an upgrade that waited the gate stays open, until all
  * readers have gone, and a writer may get in beside them. The model forgives that and no more, and
  * looks at no way any further on which it has happened. With STRICT it does not forgive. With GOES_ON
- * it looks further whether anybody is left: a reader that lets go beside such a writer keeps its
- * place in the array, and one that later upgrades waits for it for ever.
+ * it looks further, and finds the lock stuck: a reader that lets go beside such a writer takes from
+ * counts that are being parked.
  *
  * What is meant to be left to callers, and is found here:
  *   - two that upgrade at one time wait for each other;

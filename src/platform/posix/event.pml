@@ -31,6 +31,7 @@
  *   LEAVES_CLOSED         the same behind one that ran out of time
  *   GIVES_UP_LATE         who was let through in the last moment says that its time ran out
  *   DOES_NOT_AWAIT        the same says at once that it was let through
+ *   PASSES_BY             a signal that finds threads in line counts as given
  *   RELEASES_INSIDE       the first in line is released under the guard
  *   OPENS_FOR_NOBODY      giving to all stores the count under the guard also for an empty line
  *   TAKES_BACK_BLINDLY    reset stores 0, whatever the word is
@@ -220,6 +221,9 @@ inline Give() {
     :: d_step { Touch(); count = m_count }
         if
         :: count == CEILING -> break
+#ifdef PASSES_BY
+        :: count == kInLine -> break
+#else
         :: count == kInLine ->
             Lock();
             Pop(first);
@@ -240,6 +244,7 @@ inline Give() {
                 break
             :: else -> Unlock()
             fi
+#endif
         :: else ->
             d_step {
                 Touch();
