@@ -54,6 +54,7 @@ void CKXRWLockImpl::AddReader(std::uint32_t thread) {
         return;
     }
     if (++m_count == 1) ThrowIfFailed(KXGateClose(m_writerGate.Get()));
+    if (m_array.size() == m_array.capacity()) m_array.reserve(m_array.size() * 3 / 2);
     m_array.push_back({thread, 1});
 }
 
