@@ -114,6 +114,7 @@ KXResult CKXLockStatManager::DumpStats(const char* title, const char16_t* file) 
 }
 
 void CKXLockStatManager::ResetAll() {
+    if (m_mutex == KX_INVALID_HANDLE) return;  // nothing was ever listed
     const ScopedLock guard(m_mutex);
     for (auto record = m_records.begin(); record != m_records.end();) {
         if (record->first.first == kDestroyedLock) {
