@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <latch>
 #include <random>
 #include <thread>
 #include <vector>
@@ -24,6 +25,7 @@ class Guarded final {
     // What a holder sees and does, with the lock held.
     void LookAsReader() {
         m_readers.fetch_add(1);
+        std::this_thread::yield();
         Note(m_writers.load() == 0 && m_first == m_second);
         m_readers.fetch_sub(1);
     }
@@ -104,14 +106,16 @@ constexpr void (Guarded::*kUpgrades[])() = {&Guarded::ReadAndTryToWrite, &Guarde
 
 template <std::size_t size>
 void RunOnManyThreads(void (Guarded::*const (&steps)[size])()) {
-    constexpr int kRounds = 3'000;
+    constexpr int kRounds = 1'000;
     const RWLock lock;
     Guarded guarded(lock);
     const unsigned threads = std::clamp(2 * std::thread::hardware_concurrency(), 8u, 16u);
+    std::latch start(threads);
     std::vector<std::thread> running;
     for (unsigned seed = 0; seed < threads; ++seed) {
         running.emplace_back([&, seed] {
             std::minstd_rand random(seed + 1);
+            start.arrive_and_wait();
             for (int round = 0; round < kRounds; ++round) {
                 (guarded.*steps[random() / 16 % size])();
             }
