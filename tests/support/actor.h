@@ -4,15 +4,15 @@
 
 #include <kxcore7/result.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
 
-#include "support/asleep.h"
+#include "support/waiting_thread.h"
 
 namespace kx::test {
 
@@ -20,9 +20,9 @@ class Actor final {
   public:
     using Call = std::function<KXResult()>;
 
-    Actor() : m_thread([this] { Run(); }) { m_id = m_started.get_future().get(); }
+    Actor() : m_thread([this] { Run(); }) {}
     ~Actor() {
-        Hand(nullptr);
+        Enter(kLeave);
         m_thread.join();
     }
     Actor(const Actor&) = delete;
@@ -36,48 +36,58 @@ class Actor final {
 
     // The same in two steps. In between the call may be seen to wait.
     void Start(Call call) {
-        m_entered = std::promise<void>();
-        m_result = std::promise<KXResult>();
-        Hand(std::move(call));
-        m_entered.get_future().wait();
+        m_call = std::move(call);
+        m_ended = false;
+        Enter(kHanded);
+        Await([this] { return m_stage != kHanded; });
     }
-    KXResult Finish() { return m_result.get_future().get(); }
-    void WaitUntilAsleep() const { kx::test::WaitUntilAsleep(m_id); }
+    KXResult Finish() {
+        Await([this] { return m_stage == kEnded; });
+        return m_result;
+    }
+    // It is a failure of the test if the call ends instead.
+    void WaitUntilAsleep() const {
+        EXPECT_TRUE(kx::test::WaitUntilAsleep(m_id, m_ended)) << "the call has ended";
+    }
 
   private:
-    void Hand(Call call) {
+    // Whose turn it is: the test's before a call and behind it, the thread's in between.
+    enum Stage { kIdle, kHanded, kInside, kEnded, kLeave };
+
+    void Enter(Stage stage) {
         {
             const std::lock_guard guard(m_mutex);
-            m_call = std::move(call);
-            m_handed = true;
+            m_stage = stage;
         }
-        m_condition.notify_one();
+        m_condition.notify_all();
     }
 
-    Call Take() {
+    template <typename Condition>
+    void Await(Condition condition) {
         std::unique_lock guard(m_mutex);
-        m_condition.wait(guard, [this] { return m_handed; });
-        m_handed = false;
-        return std::exchange(m_call, nullptr);
+        m_condition.wait(guard, condition);
     }
 
     void Run() {
-        m_started.set_value(ThisThread());
-        while (const Call call = Take()) {
-            m_entered.set_value();
-            m_result.set_value(call());
+        m_id = CurrentThread();
+        for (;;) {
+            Await([this] { return m_stage == kHanded || m_stage == kLeave; });
+            if (m_stage == kLeave) return;
+            Enter(kInside);
+            m_result = m_call();
+            m_ended = true;
+            Enter(kEnded);
         }
     }
 
     std::mutex m_mutex;
     std::condition_variable m_condition;
+    std::atomic<Stage> m_stage{kIdle};
     Call m_call;
-    bool m_handed = false;
-    std::promise<std::uint32_t> m_started;
-    std::promise<void> m_entered;
-    std::promise<KXResult> m_result;
-    std::uint32_t m_id = 0;
-    std::thread m_thread;
+    KXResult m_result = 0;
+    std::atomic<bool> m_ended{false};
+    std::atomic<std::uint32_t> m_id{0};
+    std::thread m_thread;  // the last: it uses the others
 };
 
 }  // namespace kx::test

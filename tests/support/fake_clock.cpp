@@ -31,6 +31,7 @@ SystemClock PreciseSystemClock() noexcept {
 
 void LocalTime(KXTimeRecord* out) noexcept {
     *out = g_clock.localTime;
+    g_clock.localTime.second = static_cast<std::uint16_t>(out->second + g_clock.localStep);
 }
 
 void SystemTime(KXTimeRecord* out) noexcept {

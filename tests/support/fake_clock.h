@@ -19,6 +19,7 @@ struct FakeClock {
     platform::NativeError zoneError = 0;
     platform::Zone zone{};
     KXTimeRecord localTime{};
+    std::uint16_t localStep = 0;  // how many seconds each look moves it
     KXTimeRecord utcTime{};
     bool localTimeFails = false;
     std::tm brokenDown{};        // what LocalTimeFromPosix answers

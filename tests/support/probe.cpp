@@ -3,6 +3,10 @@
 //   probe open NAME    the result of opening a library
 //   probe locale       how many wide units "caf\u00E9" has in UTF-8
 //   probe fold         whether the registry finds a name beyond ASCII in another case
+//   probe "report here" DIRECTORY   the result of a report on locks, without title and file
+//   probe reports FILE NAME REPORTS LOCKS
+//                      prints "ready", waits for the file, and reports on so many locks so often,
+//                      all under one name
 //
 // and about encodings, whose initialisation is for the process:
 //
@@ -15,15 +19,36 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <string>
+#include <thread>
 
 #include "support/scratch_registry.h"
 
 namespace {
 
+std::u16string Wide(const std::string& ascii) {
+    return {ascii.begin(), ascii.end()};
+}
+
 KXResult Open(const std::string& name) {
     KXLibraryHandle library = KX_INVALID_HANDLE;
-    return KXLibOpen(std::u16string(name.begin(), name.end()).c_str(), &library);
+    return KXLibOpen(Wide(name).c_str(), &library);
+}
+
+KXResult ReportHere(const char* directory) {
+    std::filesystem::current_path(directory);
+    return KXDumpLockStats(nullptr, nullptr);
+}
+
+int ReportOften(const std::string& file, const char* name, int reports, int locks) {
+    for (KXMutexHandle lock = 0; locks > 0; --locks) KXMutexCreate(name, KX_MUTEX_STATS, &lock);
+    std::puts("ready");
+    std::fflush(stdout);
+    while (!std::filesystem::exists(file)) std::this_thread::yield();
+    KXResult result = KX_S_OK;
+    for (; reports > 0; --reports) result |= KXDumpLockStats(name, Wide(file).c_str());
+    return result == KX_S_OK ? 0 : 1;
 }
 
 KXResult FindInAnotherCase() {
@@ -89,6 +114,10 @@ int main(int argc, char** argv) {
         std::printf("%zu\n", KXAnsiToUnicode(nullptr, "caf\xC3\xA9", 0));
     } else if (command == "fold") {
         std::printf("0x%08X\n", static_cast<unsigned>(FindInAnotherCase()));
+    } else if (command == "report here" && argc == 3) {
+        std::printf("0x%08X\n", static_cast<unsigned>(ReportHere(argv[2])));
+    } else if (command == "reports" && argc == 6) {
+        return ReportOften(argv[2], argv[3], std::stoi(argv[4]), std::stoi(argv[5]));
     } else if (!AnswerAboutEncodings(command)) {
         return 64;
     }

@@ -11,12 +11,19 @@
 
 namespace kx::test {
 
+// The system's number of the calling thread.
+std::uint32_t CurrentThread();
+
+// Returns when the thread sleeps in one of the library's waits, for an object or for a lock, or has
+// ended what it was to do; whether it sleeps.
+bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended);
+
 class WaitingThread final {
   public:
     template <typename Body>
     explicit WaitingThread(Body body)
         : m_thread([this, run = std::move(body)] {
-              m_id = CurrentId();
+              m_id = CurrentThread();
               run();
               m_ended = true;
           }) {}
@@ -30,7 +37,10 @@ class WaitingThread final {
         EXPECT_TRUE(WaitUntilAsleepOrEnded()) << "the thread has ended";
     }
     // The same of a thread that may have ended; whether it sleeps.
-    bool WaitUntilAsleepOrEnded() const;
+    bool WaitUntilAsleepOrEnded() const {
+        while (m_id == 0) std::this_thread::yield();
+        return kx::test::WaitUntilAsleep(m_id, m_ended);
+    }
     void Join() {
         if (m_thread.joinable()) m_thread.join();
     }
@@ -39,8 +49,6 @@ class WaitingThread final {
     std::uint32_t Id() const { return m_id; }
 
   private:
-    static std::uint32_t CurrentId();
-
     std::atomic<std::uint32_t> m_id{0};
     std::atomic<bool> m_ended{false};
     std::thread m_thread;  // the last: it uses the others

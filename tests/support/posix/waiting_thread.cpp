@@ -30,14 +30,13 @@ std::optional<FutexWait> FutexWaitOf(std::uint32_t thread) {
     return wait;
 }
 
-std::uint32_t WaitingThread::CurrentId() {
+std::uint32_t CurrentThread() {
     return static_cast<std::uint32_t>(gettid());
 }
 
-bool WaitingThread::WaitUntilAsleepOrEnded() const {
-    for (; !m_ended; std::this_thread::yield()) {
-        if (m_id == 0) continue;
-        const auto wait = FutexWaitOf(m_id);
+bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended) {
+    for (; !ended; std::this_thread::yield()) {
+        const auto wait = FutexWaitOf(thread);
         if (wait && wait->operation == kWait) return true;
     }
     return false;

@@ -12,14 +12,13 @@ constexpr int kTurns = 30;
 
 }  // namespace
 
-std::uint32_t WaitingThread::CurrentId() {
+std::uint32_t CurrentThread() {
     return GetCurrentThreadId();
 }
 
-bool WaitingThread::WaitUntilAsleepOrEnded() const {
-    while (m_id == 0) SwitchToThread();
-    for (int turn = 0; turn < kTurns && !m_ended; ++turn) Sleep(1);
-    return !m_ended;
+bool WaitUntilAsleep(std::uint32_t, const std::atomic<bool>& ended) {
+    for (int turn = 0; turn < kTurns && !ended; ++turn) Sleep(1);
+    return !ended;
 }
 
 }  // namespace kx::test
