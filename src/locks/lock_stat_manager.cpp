@@ -102,14 +102,16 @@ KXResult CKXLockStatManager::DumpStats(const char* title, const char16_t* file) 
     const ScopedLock guard(m_mutex);
     std::ofstream stream;
     stream.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
-    kx::platform::OpenToAppend(stream, file != nullptr ? file : u"kxlockstats.csv");
+    const char16_t* const path = file != nullptr ? file : u"kxlockstats.csv";
+    kx::platform::OpenToAppend(stream, path);
     const std::string name = title != nullptr ? title : "LockStatsDump";
     const Now begin = LocalTime();
     const std::string rows = Rows();
     const Now end = LocalTime();
-    stream << "BeginLockStatistics: " + name + " - " + begin.text + "\n" + kHead + rows +
-                  "EndLockStatistics: " + name + " - " + end.text + "\n\n\n";
-    stream.close();
+    kx::platform::AppendWhole(stream, path,
+                              "BeginLockStatistics: " + name + " - " + begin.text + "\n" + kHead +
+                                  rows + "EndLockStatistics: " + name + " - " + end.text +
+                                  "\n\n\n");
     return begin.result;
 }
 

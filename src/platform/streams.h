@@ -12,6 +12,10 @@ namespace kx::platform {
 // that.
 void OpenToAppend(std::ofstream& stream, const char16_t* path);
 
+// Writes a text to the stream that was opened so, at this path, and closes it. The text stays in
+// one piece among those that other processes append in the same way.
+void AppendWhole(std::ofstream& stream, const char16_t* path, const std::string& text);
+
 // An address as the system's streams write one.
 std::string AddressText(const void* address);
 

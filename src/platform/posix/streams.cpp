@@ -10,6 +10,13 @@ void OpenToAppend(std::ofstream& stream, const char16_t* path) {
     stream.open(PathFromWide(path), std::ios::out | std::ios::ate | std::ios::app);
 }
 
+// A text longer than what the stream keeps back goes to the system in one call, and so does what is
+// kept back when it is closed; the system puts all of it at the end.
+void AppendWhole(std::ofstream& stream, const char16_t*, const std::string& text) {
+    stream << text;
+    stream.close();
+}
+
 std::string AddressText(const void* address) {
     std::ostringstream text;
     text << address;
