@@ -251,8 +251,8 @@ TEST_F(LockReport, WithoutATitleAndAFileHasItsOwnInTheCurrentDirectory) {
 }
 
 TEST_F(LockReport, ReportsOfProcessesAtOnceStayWhole) {
-    constexpr int kReports = 40;
-    constexpr std::size_t kLocks = 100;
+    constexpr int kReports = 200;
+    constexpr std::size_t kLocks = 50;
     std::vector<kx::test::ChildProcess> children;
     for (const char* const title : {"a", "b", "c"}) {
         children.emplace_back(KXTEST_PROBE, std::vector<std::string>{
