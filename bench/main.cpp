@@ -15,6 +15,8 @@ bool Run() {
 
     bench::Report report;
     bench::RegisterMutexes(report);
+    bench::RegisterWaitables(report);
+    bench::RegisterReaderWriterLocks(report);
     bench::RegisterMemory(report);
     bench::RegisterRegistry(report, registry.Directory().Path());
     bench::RegisterComponents(report);

@@ -3,35 +3,24 @@
 #include <apr_thread_mutex.h>
 #include <benchmark/benchmark.h>
 #include <glib.h>
+#include <kxcore7/counter.h>
+#include <kxcore7/lockstats.h>
 #include <kxcore7/mutex.h>
+#include <kxcore7/result.h>
 #include <prmon.h>
-#include <sched.h>
 #include <uv.h>
 
-#include <atomic>
-#include <barrier>
-#include <chrono>
 #include <cstdint>
-#include <fstream>
-#include <memory>
 #include <mutex>
-#include <new>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "contest.h"
 #include "report.h"
 #include "subjects.h"
 
 namespace bench {
 namespace {
-
-constexpr int kContenders = 2;
-constexpr std::size_t kCacheLine = 64;
-
-void Require(bool made, const char* what) {
-    if (!made) throw std::runtime_error(std::string("cannot make a lock: ") + what);
-}
 
 // Each lock is called as a program would call it, with nothing in between. None is copied.
 
@@ -44,6 +33,11 @@ class KxLock final {
     KxLock& operator=(const KxLock&) = delete;
     void Acquire() { KXMutexAcquire(m_handle); }
     void Release() { KXMutexRelease(m_handle); }
+    // By the lock's own statistics.
+    std::int64_t Acquired() const {
+        KXLockStatRecord record{};
+        return KXGetLockStats(m_handle, &record) == KX_S_OK ? record.acquireCount : 0;
+    }
 
   private:
     KXMutexHandle m_handle = KX_INVALID_HANDLE;
@@ -117,134 +111,40 @@ class NsprLock final {
     PRMonitor* const m_monitor = PR_NewMonitor();
 };
 
-template <typename Lock>
-void Uncontended(benchmark::State& state) {
-    Lock lock;
-    for (auto _ : state) {
-        lock.Acquire();
-        benchmark::ClobberMemory();
-        lock.Release();
-    }
-}
-
-// What the contenders share. The lock is away from what it guards, so that a waiter's look at the
-// lock does not slow the owner's work down for one kind of lock and not for another.
-template <typename Lock>
-struct Arena {
-    alignas(kCacheLine) Lock lock;
-    alignas(kCacheLine) std::uint64_t counter = 0;
-    int lastOwner = 0;
-    std::uint64_t handovers = 0;
-    alignas(kCacheLine) std::atomic<int> arrived{0};
-    alignas(kCacheLine) std::barrier<> done{kContenders};
-};
-
-// Keeps the calling thread on the processor of that number, counted among those it may use. Left to
-// itself the scheduler moves a woken waiter to the processor of its waker, and from then on the two
-// take turns by time slices and hardly ever meet at the lock.
-class ScopedPin final {
-  public:
-    explicit ScopedPin(int number) {
-        CPU_ZERO(&m_before);
-        sched_getaffinity(0, sizeof m_before, &m_before);
-        for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
-            if (CPU_ISSET(cpu, &m_before) && number-- == 0) Pin(cpu);
-        }
-    }
-    ~ScopedPin() { sched_setaffinity(0, sizeof m_before, &m_before); }
-    ScopedPin(const ScopedPin&) = delete;
-    ScopedPin& operator=(const ScopedPin&) = delete;
-
-  private:
-    static void Pin(int cpu) {
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(cpu, &one);
-        sched_setaffinity(0, sizeof one, &one);
-    }
-
-    cpu_set_t m_before;
-};
-
-// Both threads are on a processor when this returns. A wait that sleeps would give the one that
-// wakes first a long stretch of the lock to itself.
-void StartTogether(std::atomic<int>& arrived) {
-    arrived.fetch_add(1);
-    while (arrived.load() % kContenders != 0) continue;
-}
-
-template <typename Lock>
-void Work(Arena<Lock>& arena, int self, std::int64_t times) {
-    for (std::int64_t i = 0; i < times; ++i) {
-        arena.lock.Acquire();
-        arena.counter = arena.counter + 1;
-        if (arena.lastOwner != self) {
-            arena.lastOwner = self;
-            arena.handovers = arena.handovers + 1;
-        }
-        benchmark::ClobberMemory();
-        arena.lock.Release();
-    }
-}
-
-// Nanoseconds for which the calling thread was ready and had no processor, because something else
-// ran there; 0 where the system does not tell.
-double WaitedForProcessor() {
-    std::ifstream file("/proc/thread-self/schedstat");
-    double ran = 0;
-    double waited = 0;
-    file >> ran >> waited;
-    return waited;
-}
-
-double Now() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration<double, std::nano>(now).count();
-}
-
-// The clock runs until both threads are done: a lock that lets one thread finish first and the
-// other wait gets no credit for the early end.
-template <typename Lock>
-void Contended(benchmark::State& state, Arena<Lock>& arena) {
-    const ScopedPin pin(state.thread_index());
-    const std::int64_t times = state.max_iterations;
-    if (state.thread_index() == 0) arena.counter = arena.handovers = 0;
-    const double start = Now();
-    const double waited = WaitedForProcessor();
-    // The benchmark's own barrier is between the reset and the loop.
-    while (state.KeepRunningBatch(times)) {
-        StartTogether(arena.arrived);
-        Work(arena, state.thread_index(), times);
-        arena.done.arrive_and_wait();
-    }
-    state.counters[kDisturbance] = (WaitedForProcessor() - waited) / (Now() - start);
-    if (state.thread_index() != 0) return;
-    const std::uint64_t total = static_cast<std::uint64_t>(times) * kContenders;
-    if (arena.counter != total) return Fail(state, "a contended lock lost counts");
-    state.counters[kHandovers] = static_cast<double>(arena.handovers) / static_cast<double>(total);
-}
-
 const std::string kUncontended = "mutex, acquire + release";
 const std::string kContended = "mutex, two threads";
 
 template <typename Lock>
-void AddUncontended(const std::string& name) {
-    benchmark::RegisterBenchmark((kUncontended + "/" + name).c_str(), Uncontended<Lock>);
-}
-
-template <typename Lock>
-void AddContended(const std::string& name) {
-    const auto arena = std::make_shared<Arena<Lock>>();
-    benchmark::RegisterBenchmark((kContended + "/" + name).c_str(),
-                                 [arena](benchmark::State& state) { Contended(state, *arena); })
-        ->Threads(kContenders)
-        ->UseRealTime();
-}
-
-template <typename Lock>
 void AddBoth(const std::string& name) {
-    AddUncontended<Lock>(name);
-    AddContended<Lock>(name);
+    AddUncontended<Lock>(kUncontended + "/" + name);
+    AddContended<Lock>(kContended + "/" + name);
+}
+
+using StatisticsLock = KxLock<KX_MUTEX_STATS>;
+
+void MeasuredUncontended(benchmark::State& state) {
+    StatisticsLock lock;
+    Uncontended(state, lock);
+    if (lock.Acquired() != state.iterations()) Fail(state, "statistics lost an acquire");
+}
+
+void MeasuredContended(benchmark::State& state, Arena<StatisticsLock>& arena) {
+    if (state.thread_index() == 0) KXResetLockStats();
+    Contended(state, arena);
+    if (state.thread_index() != 0 || state.error_occurred()) return;
+    if (arena.lock.Acquired() != kContenders * state.max_iterations) {
+        Fail(state, "statistics lost an acquire");
+    }
+}
+
+// What a lock with statistics asks the clock at the very least.
+void TwoClockReads(benchmark::State& state) {
+    const std::int64_t before = KXPerfGetCount();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(KXPerfGetCount());
+        benchmark::DoNotOptimize(KXPerfGetCount());
+    }
+    if (KXPerfGetCount() <= before) Fail(state, "the clock stands");
 }
 
 std::vector<Peer> PeersOf(const std::string& what) {
@@ -265,9 +165,11 @@ void RegisterMutexes(Report& report) {
     AddBoth<AprLock>("APR nested mutex");
     AddBoth<UvLock>("libuv recursive mutex");
     AddBoth<NsprLock>("NSPR PRMonitor");
-    AddUncontended<KxLock<KX_MUTEX_CHECKED>>("checked");
-    AddUncontended<KxLock<KX_MUTEX_STATS>>("statistics");
-    AddContended<KxLock<KX_MUTEX_SPIN>>("spin");
+    AddUncontended<KxLock<KX_MUTEX_CHECKED>>(kUncontended + "/checked");
+    benchmark::RegisterBenchmark((kUncontended + "/statistics").c_str(), MeasuredUncontended);
+    benchmark::RegisterBenchmark((kUncontended + "/two clock reads").c_str(), TwoClockReads);
+    AddOfTwo<Arena<StatisticsLock>>(kContended + "/statistics", MeasuredContended);
+    AddContended<KxLock<KX_MUTEX_SPIN>>(kContended + "/spin");
 
     const Peer plain{"kxcore7 plain mutex", kUncontended + "/plain"};
     const Peer plainContended{"kxcore7 plain mutex", kContended + "/plain"};
@@ -285,7 +187,12 @@ void RegisterMutexes(Report& report) {
                 .wanted = 1.4});
     report.Add({.what = "statistics mutex, acquire + release",
                 .benchmark = kUncontended + "/statistics",
-                .peers = {plain}});
+                .peers = {plain},
+                .asides = {{"two clock reads", kUncontended + "/two clock reads"}}});
+    report.Add({.what = "statistics mutex, two threads",
+                .benchmark = kContended + "/statistics",
+                .peers = {plainContended},
+                .asides = {{"two clock reads, one thread", kUncontended + "/two clock reads"}}});
     report.Add({.what = "spin mutex, two threads",
                 .benchmark = kContended + "/spin",
                 .peers = {plainContended}});

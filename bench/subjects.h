@@ -9,6 +9,8 @@
 namespace bench {
 
 void RegisterMutexes(Report& report);
+void RegisterWaitables(Report& report);
+void RegisterReaderWriterLocks(Report& report);
 void RegisterMemory(Report& report);
 // The peers' files are made in the scratch directory; the registry's own store is there by then.
 void RegisterRegistry(Report& report, const std::filesystem::path& scratch);
