@@ -1,5 +1,7 @@
 #include "contest.h"
 
+#include <time.h>
+
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
@@ -28,6 +30,12 @@ double Now() {
     return std::chrono::duration<double, std::nano>(now).count();
 }
 
+double Ran() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+}
+
 }  // namespace
 
 void Require(bool made, const char* what) {
@@ -50,6 +58,12 @@ Disturbance::Disturbance() : m_start(Now()), m_waited(WaitedForProcessor()) {}
 
 double Disturbance::Share() const {
     return (WaitedForProcessor() - m_waited) / (Now() - m_start);
+}
+
+Activity::Activity() : m_start(Now()), m_ran(Ran()) {}
+
+double Activity::Share() const {
+    return (Ran() - m_ran) / (Now() - m_start);
 }
 
 }  // namespace bench

@@ -48,6 +48,17 @@ class Disturbance final {
     double m_waited;
 };
 
+// For what share of its life the calling thread ran.
+class Activity final {
+  public:
+    Activity();
+    double Share() const;
+
+  private:
+    double m_start;
+    double m_ran;
+};
+
 // Where two threads begin and end.
 class Meeting final {
   public:
@@ -57,11 +68,11 @@ class Meeting final {
         m_arrived.fetch_add(1);
         while (m_arrived.load() % kContenders != 0) continue;
     }
-    void End() { m_done.arrive_and_wait(); }
+    void Wait() { m_barrier.arrive_and_wait(); }
 
   private:
     alignas(kCacheLine) std::atomic<int> m_arrived{0};
-    alignas(kCacheLine) std::barrier<> m_done{kContenders};
+    alignas(kCacheLine) std::barrier<> m_barrier{kContenders};
 };
 
 // Does part(times) in the calling thread, beside the other one. The clock runs until both threads
@@ -75,9 +86,29 @@ void Together(benchmark::State& state, Meeting& meeting, Part part) {
     while (state.KeepRunningBatch(times)) {
         meeting.Start();
         part(times);
-        meeting.End();
+        meeting.Wait();
     }
     state.counters[kDisturbance] = disturbance.Share();
+}
+
+// The same on one processor, for threads of which one waits for the other at any moment. On two it
+// would be chance whether a waiter is still awake when its turn comes, and otherwise the time that
+// a processor takes to get up would hide all else. What is left is the calls, and the switch from
+// one thread to the other; when neither runs, something else does.
+template <typename Part>
+void InTurns(benchmark::State& state, Meeting& meeting, Part part) {
+    const ScopedPin pin(0);
+    const std::int64_t times = state.max_iterations;
+    double idle = 0;
+    while (state.KeepRunningBatch(times)) {
+        meeting.Wait();
+        const Activity activity;
+        part(times);
+        idle = 1.0 / kContenders - activity.Share();
+        meeting.Wait();
+    }
+    // Those of both threads are added up.
+    state.counters[kDisturbance] = idle;
 }
 
 // --- Locks, which have Acquire and Release ----------------------------------------------------

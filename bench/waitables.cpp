@@ -284,7 +284,7 @@ template <typename Turns>
 void TakeTurns(benchmark::State& state, Table<Turns>& table) {
     const int self = state.thread_index();
     if (self == 0) table.game.Restart();
-    Together(state, table.meeting, [&](std::int64_t times) { table.game.Play(self, times); });
+    InTurns(state, table.meeting, [&](std::int64_t times) { table.game.Play(self, times); });
     if (self != 0) return;
     const std::uint64_t total = static_cast<std::uint64_t>(state.max_iterations) * kContenders;
     if (table.game.InOrder() != total) return Fail(state, "a turn was taken out of order");
