@@ -65,11 +65,11 @@ KXResult KXConditionBroadcast(KXConditionHandle handle) {
 }
 
 KXResult KXConditionWait(KXConditionHandle handle) {
-    return KXResultFromNative(ConditionOf(handle).Wait(platform::kNoLimit));
+    return core::ResultOf(ConditionOf(handle).Wait(platform::kNoLimit));
 }
 
 // The one native error that means a time-out here and nothing elsewhere.
 KXResult KXConditionTimedWait(KXConditionHandle handle, uint32_t milliseconds) {
     const platform::NativeError outcome = ConditionOf(handle).Wait(milliseconds);
-    return outcome == platform::kConditionTimedOut ? KX_ERROR_TIMEOUT : KXResultFromNative(outcome);
+    return outcome == platform::kConditionTimedOut ? KX_ERROR_TIMEOUT : core::ResultOf(outcome);
 }

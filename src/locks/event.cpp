@@ -48,7 +48,7 @@ KXResult KXGateDestroy(KXGateHandle handle) {
 }
 
 KXResult KXEventReset(KXEventHandle handle) {
-    return KXResultFromNative(EventOf(handle).Reset());
+    return core::ResultOf(EventOf(handle).Reset());
 }
 
 KXResult KXGateClose(KXGateHandle handle) {
@@ -56,7 +56,7 @@ KXResult KXGateClose(KXGateHandle handle) {
 }
 
 KXResult KXEventSignal(KXEventHandle handle) {
-    return KXResultFromNative(EventOf(handle).Set());
+    return core::ResultOf(EventOf(handle).Set());
 }
 
 KXResult KXGateOpen(KXGateHandle handle) {
@@ -72,7 +72,7 @@ KXResult KXGateWait(KXGateHandle handle) {
 }
 
 KXResult KXEventTimedWait(KXEventHandle handle, uint32_t milliseconds) {
-    return KXResultFromNative(EventOf(handle).Wait(milliseconds));
+    return core::ResultOf(EventOf(handle).Wait(milliseconds));
 }
 
 KXResult KXGateTimedWait(KXGateHandle handle, uint32_t milliseconds) {

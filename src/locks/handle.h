@@ -57,14 +57,19 @@ class OwnedHandle final {
     std::uintptr_t m_handle = KX_INVALID_HANDLE;
 };
 
+// Success, as which almost everything ends here, costs no call.
+inline KXResult ResultOf(platform::NativeError outcome) {
+    return outcome == platform::kSuccess ? KX_S_OK : KXResultFromNative(outcome);
+}
+
 // A wait without a limit: there is nothing else that it could come to.
 inline KXResult ResultOfWait(platform::NativeError outcome) {
-    return outcome == platform::kWaitTimedOut ? KX_S_OK : KXResultFromNative(outcome);
+    return outcome == platform::kWaitTimedOut ? KX_S_OK : ResultOf(outcome);
 }
 
 // A try: it promises no more than not to wait, and a time-out is simply failure.
 inline KXResult ResultOfTry(platform::NativeError outcome) {
-    return outcome == platform::kWaitTimedOut ? KX_E_FAIL : KXResultFromNative(outcome);
+    return outcome == platform::kWaitTimedOut ? KX_E_FAIL : ResultOf(outcome);
 }
 
 }  // namespace kx::core

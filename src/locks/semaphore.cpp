@@ -39,7 +39,7 @@ KXResult KXSemaphoreDestroy(KXSemaphoreHandle handle) {
 }
 
 KXResult KXSemaphorePost(KXSemaphoreHandle handle) {
-    return KXResultFromNative(SemaphoreOf(handle).Post());
+    return core::ResultOf(SemaphoreOf(handle).Post());
 }
 
 KXResult KXSemaphoreWait(KXSemaphoreHandle handle) {

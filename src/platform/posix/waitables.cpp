@@ -86,7 +86,7 @@ class Counter final {
   private:
     static constexpr std::int32_t kInLine = -1;
 
-    bool GiveToFirst() noexcept {
+    [[gnu::noinline]] bool GiveToFirst() noexcept {
         m_line.Lock();
         Waiter* const first = m_line.Pop();
         if (first != nullptr) OpenIfNobodyIsInLine();
@@ -99,7 +99,7 @@ class Counter final {
     // The word says that all may pass before the guard is free; but those in line wait still, and
     // nobody may destroy the object before they are gone. Without them anybody might: hence none of
     // this for a line that is empty by now.
-    bool GiveToLine() noexcept {
+    [[gnu::noinline]] bool GiveToLine() noexcept {
         m_line.Lock();
         Waiter* const all = m_line.PopAll();
         if (all != nullptr) m_count.store(1, std::memory_order_release);
