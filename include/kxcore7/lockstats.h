@@ -33,8 +33,8 @@ KX_API KXResult KXGetLockStats(KXMutexHandle handle, KXLockStatRecord* record);
 /*
  * Appends a report to a file, made if it is missing: a block of lines with a row for each lock that
  * was made with KX_MUTEX_STATS, the living ones first. Null means the title "LockStatsDump" and the
- * file "kxlockstats.csv" in the current directory. Rows have eight columns with commas between them;
- * a name that has commas of its own is not quoted.
+ * file "kxlockstats.csv" in the current directory. Rows have eight columns between commas; a name
+ * that has commas of its own is not quoted.
  * KX_E_FAIL if the file can't be opened or written, and KX_E_OUTOFMEMORY; what reached the file
  * stays there.
  */
