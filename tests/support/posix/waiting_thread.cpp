@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -16,12 +17,27 @@ namespace {
 // How the library sleeps, and nobody else in a test: the C library's locks use other forms.
 constexpr unsigned long kWait = FUTEX_WAIT_BITSET_PRIVATE;
 
-}  // namespace
-
-std::optional<FutexWait> FutexWaitOf(std::uint32_t thread) {
-    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/syscall");
+std::string LineOf(std::uint32_t thread, const char* name) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/" + name);
     std::string line;
     std::getline(file, line);
+    return line;
+}
+
+// The state is the letter behind the name, which stands in brackets.
+bool Sleeps(std::uint32_t thread) {
+    const std::string line = LineOf(thread, "stat");
+    const std::size_t end = line.rfind(')');
+    return end != std::string::npos && line.compare(end, 4, ") S ") == 0;
+}
+
+}  // namespace
+
+// A thread that was woken and has not got a processor yet is still said to be in its call, though
+// no longer to sleep: so this asks for both.
+std::optional<FutexWait> FutexWaitOf(std::uint32_t thread) {
+    if (!Sleeps(thread)) return std::nullopt;
+    const std::string line = LineOf(thread, "syscall");
     long number = -1;
     FutexWait wait{};
     const int read = std::sscanf(line.c_str(), "%ld 0x%lx 0x%lx 0x%lx 0x%lx", &number, &wait.word,
