@@ -215,12 +215,11 @@ inline Owe() {
     }
 }
 
-/* given is false at the ceiling. */
+/* At the ceiling the word is written as it is. */
 inline Give() {
     do
     :: d_step { Touch(); count = m_count }
         if
-        :: count == CEILING -> break
 #ifdef PASSES_BY
         :: count == kInLine -> break
 #else
@@ -250,7 +249,7 @@ inline Give() {
                 Touch();
                 took = m_count == count;
                 if
-                :: took -> m_count = count + 1; given++
+                :: took && count < CEILING -> m_count = count + 1; given++
                 :: else
                 fi
             }
