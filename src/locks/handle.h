@@ -21,7 +21,7 @@ Object& ObjectOf(std::uintptr_t handle) {
 
 // Makes an object with a name, of which null is the empty one, and what else its constructor takes.
 template <typename Object, typename... Arguments>
-KXResult CreateObject(std::uintptr_t* out, const char* name, Arguments&&... arguments) noexcept {
+KXResult CreateObject(std::uintptr_t* out, const char* name, Arguments&&... arguments) {
     *out = KX_INVALID_HANDLE;
     return Guarded([&] {
         auto* const object =

@@ -29,7 +29,7 @@ inline constexpr NativeError kTooManyPosts = 298;
 class Event final {
   public:
     Event() noexcept;
-    ~Event();
+    ~Event();  // NOLINT(performance-trivially-destructible): on one system of several
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
@@ -48,7 +48,7 @@ class Event final {
 class Semaphore final {
   public:
     Semaphore() noexcept;
-    ~Semaphore();
+    ~Semaphore();  // NOLINT(performance-trivially-destructible): on one system of several
     Semaphore(const Semaphore&) = delete;
     Semaphore& operator=(const Semaphore&) = delete;
 
@@ -67,7 +67,7 @@ class Semaphore final {
 class Condition final {
   public:
     Condition() noexcept;
-    ~Condition();
+    ~Condition();  // NOLINT(performance-trivially-destructible): on one system of several
     Condition(const Condition&) = delete;
     Condition& operator=(const Condition&) = delete;
 
