@@ -1,9 +1,16 @@
 /*
- * Counting semaphores, private to the process. The count lies between 0 and KX_SEM_MAX; who waited
- * longest is let through first.
+ * Counting semaphores, private to the process or shared by name. The count lies between 0 and
+ * KX_SEM_MAX.
  *
- * Any thread may call these. A failed call of the system comes out as its result code. The object
- * may be destroyed as soon as nobody waits for it any more.
+ * A private one lets through first who waited longest. A named one lives exactly as long as a
+ * handle of any process, or a child that inherited one, however its process ends; then the name is
+ * free, and who opens it next makes a new one. A count that a killed process had taken is gone, as
+ * it would be had the process taken it and lived; of those who wait nobody is left asleep beside a
+ * count that is there.
+ *
+ * Handles of KXSemaphoreCreate and KXNamedSemOpen are of one kind, and all functions of either
+ * vocabulary take them. Any thread may call these. A failed call of the system comes out as its
+ * result code. The object may be destroyed as soon as nobody waits for it through this handle.
  */
 #ifndef KXCORE7_SEMAPHORE_H
 #define KXCORE7_SEMAPHORE_H
@@ -16,12 +23,19 @@ typedef uintptr_t KXSemaphoreHandle;
 
 #define KX_SEM_MAX 32767
 
+/* Flags for KXSemaphoreCreate. */
+#define KX_SEM_SHARED 0x1u /* kept, and has no effect */
+#define KX_SEM_NAMED 0x2u  /* shared with all who open the name; without it the name goes nowhere \
+                            */
+
 KX_EXTERN_C_BEGIN
 
 /*
- * Makes a semaphore and stores its handle in *out. The name, null for the empty one, is copied and
- * goes nowhere. Unknown flags are kept and have no effect.
- * Failure: KX_E_FAIL for a count above KX_SEM_MAX, KX_E_OUTOFMEMORY; *out is KX_INVALID_HANDLE.
+ * Makes a semaphore, or opens the one of that name, and stores its handle in *out. The name, null
+ * for the empty one, which is a name like any other, is copied; unknown flags are kept and have no
+ * effect. Of a semaphore that exists the count stays as it is.
+ * Failure: KX_E_FAIL for a count above KX_SEM_MAX, KX_E_OUTOFMEMORY, KX_E_HANDLE for a name that
+ * belongs to something else; *out is KX_INVALID_HANDLE.
  */
 KX_API KXResult KXSemaphoreCreate(uint32_t initialCount, const char* name, uint32_t flags,
                                   KXSemaphoreHandle* out);
@@ -40,6 +54,18 @@ KX_API KXResult KXSemaphoreTryWait(KXSemaphoreHandle handle);
 
 /* Stores -1, which means unknown: not every system tells, so none does. Always 0. */
 KX_API KXResult KXSemaphoreGetValue(KXSemaphoreHandle handle, int32_t* value);
+
+/*
+ * The same for named semaphores. Names are compared byte for byte, of any bytes, '/' among them;
+ * 400 bytes are no problem on Linux, and Windows has a limit of its own, about half of that. Child
+ * processes can inherit the handle. Open to all authenticated users of the machine.
+ */
+KX_API KXResult KXNamedSemOpen(const char* name, uint32_t initialCount, KXSemaphoreHandle* out);
+KX_API KXResult KXNamedSemClose(KXSemaphoreHandle handle);
+KX_API KXResult KXNamedSemWait(KXSemaphoreHandle handle);
+KX_API KXResult KXNamedSemTryWait(KXSemaphoreHandle handle);
+KX_API KXResult KXNamedSemPost(KXSemaphoreHandle handle);
+KX_API KXResult KXNamedSemGetValue(KXSemaphoreHandle handle, int32_t* value);
 
 KX_EXTERN_C_END
 

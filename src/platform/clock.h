@@ -28,6 +28,10 @@ SystemClock PreciseSystemClock() noexcept;
 void LocalTime(KXTimeRecord* out) noexcept;
 void SystemTime(KXTimeRecord* out) noexcept;
 
+// The local time of units of 100 ns since 1601-01-01 00:00:00 UTC, by the bias in force now
+// whatever that moment's was; false where a record can't hold it.
+bool LocalTimeFromFileTime(std::uint64_t fileTime, KXTimeRecord* out) noexcept;
+
 enum class ZoneState : std::uint32_t { unknown = 0, standard = 1, daylight = 2 };
 
 struct Zone {

@@ -1,4 +1,5 @@
-// What threads of one process wait for, beside locks: events, semaphores, conditions.
+// What threads wait for, beside locks: events, semaphores, conditions; of these, semaphores can be
+// shared with other processes.
 //
 // No system call is made while nobody waits. Destroying an object on which a thread waits is the
 // caller's fault; one that only just let a thread through may be destroyed by that thread.
@@ -44,7 +45,8 @@ class Event final {
     alignas(8) std::byte storage_[48];
 };
 
-// A count of 0 to a ceiling. Who waited longest is let through first.
+// A count of 0 to a ceiling, of one process or of all that know its name. Of one process, who
+// waited longest is let through first.
 class Semaphore final {
   public:
     Semaphore() noexcept;
@@ -54,6 +56,12 @@ class Semaphore final {
 
     // Makes it. Once, before anything else. kInvalidParameter for a count above the ceiling.
     NativeError Create(std::uint32_t count, std::uint32_t ceiling) noexcept;
+
+    // The same, or opens the one that has the name, whose count then stays as it is; child
+    // processes can inherit it, and authenticated users have all rights to it. It lives as long as
+    // somebody has it, however that process ends. kInvalidHandle for a name that belongs to an
+    // object of another kind.
+    NativeError CreateShared(const char* name, std::uint32_t count, std::uint32_t ceiling);
 
     // kTooManyPosts at the ceiling.
     NativeError Post() noexcept;

@@ -14,8 +14,8 @@ namespace kx::test {
 // The system's number of the calling thread.
 std::uint32_t CurrentThread();
 
-// Returns when the thread sleeps in one of the library's waits, for an object or for a lock, or has
-// ended what it was to do; whether it sleeps.
+// Returns when the thread sleeps in one of the library's waits, for an object, a lock or a file, or
+// has ended what it was to do; whether it sleeps.
 bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended);
 
 class WaitingThread final {
@@ -31,8 +31,8 @@ class WaitingThread final {
     WaitingThread(const WaitingThread&) = delete;
     WaitingThread& operator=(const WaitingThread&) = delete;
 
-    // Returns when the thread sleeps in one of the library's waits, for an object or for a lock. It
-    // is a failure of the test if the thread ends instead.
+    // Returns when the thread sleeps in one of the library's waits, for an object, a lock or a
+    // file. It is a failure of the test if the thread ends instead.
     void WaitUntilAsleep() const {
         EXPECT_TRUE(WaitUntilAsleepOrEnded()) << "the thread has ended";
     }

@@ -13,6 +13,7 @@ namespace {
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 // 1601-01-01 to 1970-01-01, in units of 100 ns.
 constexpr std::int64_t kPosixEpoch = 116'444'736'000'000'000;
+constexpr std::int64_t kUnitsPerSecond = 10'000'000;
 
 std::int64_t Nanoseconds(clockid_t clock) noexcept {
     timespec now{};
@@ -25,6 +26,14 @@ std::uint64_t RealTime() {
     return static_cast<std::uint64_t>(std::max<std::int64_t>(units, 0));
 }
 
+KXTimeRecord RecordOf(const tm& fields, long nanoseconds) noexcept {
+    const auto field = [](long value) { return static_cast<std::uint16_t>(value); };
+    return {field(fields.tm_year + 1900), field(fields.tm_mon + 1), field(fields.tm_wday),
+            field(fields.tm_mday), field(fields.tm_hour), field(fields.tm_min),
+            // A leap second has no place in a record.
+            field(std::min(fields.tm_sec, 59)), field(nanoseconds / 1'000'000)};
+}
+
 using BreakDown = tm* (*)(const time_t*, tm*);
 
 void Now(BreakDown breakDown, KXTimeRecord* out) noexcept {
@@ -32,11 +41,7 @@ void Now(BreakDown breakDown, KXTimeRecord* out) noexcept {
     clock_gettime(CLOCK_REALTIME, &now);
     tm fields{};
     breakDown(&now.tv_sec, &fields);
-    const auto field = [](long value) { return static_cast<std::uint16_t>(value); };
-    *out = {field(fields.tm_year + 1900), field(fields.tm_mon + 1), field(fields.tm_wday),
-            field(fields.tm_mday), field(fields.tm_hour), field(fields.tm_min),
-            // A leap second has no place in a record.
-            field(std::min(fields.tm_sec, 59)), field(now.tv_nsec / 1'000'000)};
+    *out = RecordOf(fields, now.tv_nsec);
 }
 
 std::int32_t MinutesWest(const tm& local) {
@@ -93,6 +98,19 @@ void LocalTime(KXTimeRecord* out) noexcept {
 
 void SystemTime(KXTimeRecord* out) noexcept {
     Now(gmtime_r, out);
+}
+
+bool LocalTimeFromFileTime(std::uint64_t fileTime, KXTimeRecord* out) noexcept {
+    tzset();
+    const time_t now = time(nullptr);
+    tm fields{};
+    if (fileTime > INT64_MAX || localtime_r(&now, &fields) == nullptr) return false;
+    const std::int64_t local =
+        static_cast<std::int64_t>(fileTime / kUnitsPerSecond) + fields.tm_gmtoff;
+    const time_t moment = local - kPosixEpoch / kUnitsPerSecond;
+    if (local < 0 || gmtime_r(&moment, &fields) == nullptr) return false;
+    *out = RecordOf(fields, static_cast<long>(fileTime % kUnitsPerSecond) * 100);
+    return true;
 }
 
 // The zone database has no biases: they are read off a moment in each state.

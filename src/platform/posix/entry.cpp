@@ -1,5 +1,6 @@
 #include "platform/entry.h"
 
+#include "platform/posix/temporary_files.h"
 #include "platform/registry.h"
 
 namespace {
@@ -13,6 +14,7 @@ namespace {
 [[gnu::destructor]] void Detach() {
     kx::core::LibraryMain(nullptr, kx::core::kProcessDetach);
     kx::platform::CloseRegistry();
+    kx::platform::RemoveTemporaryFiles();
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
-// Waiting on a word and waking those who wait, all within one process, and the lock that this
-// makes.
+// Waiting on a word and waking those who wait, and the lock that this makes within one process.
 #ifndef KXCORE7_SRC_PLATFORM_POSIX_FUTEX_H
 #define KXCORE7_SRC_PLATFORM_POSIX_FUTEX_H
 
 #include <atomic>
+#include <climits>
 #include <cstdint>
 
 namespace kx::platform {
@@ -15,14 +15,24 @@ inline constexpr Deadline kNever = -1;
 // So many milliseconds from now; kNever for all bits one.
 Deadline DeadlineIn(std::uint32_t milliseconds) noexcept;
 
+// Who waits for a word: threads of this process, or of all that have it in their memory.
+enum class FutexScope { process, shared };
+
 // Sleeps while the word is expected, at most up to the deadline; may return early for no reason.
 // Whether the deadline has not passed.
-bool FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected,
-               Deadline deadline = kNever) noexcept;
+bool FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected, Deadline deadline = kNever,
+               FutexScope scope = FutexScope::process) noexcept;
+
+inline constexpr int kEverybody = INT_MAX;
 
 // Wakes at most count waiters of the word. The word's storage may be gone by then: a stray wake-up
 // at its address is harmless.
-void FutexWake(std::atomic<std::uint32_t>* word, int count) noexcept;
+void FutexWake(std::atomic<std::uint32_t>* word, int count,
+               FutexScope scope = FutexScope::process) noexcept;
+
+// Adds to a shared word, at most 2047, and wakes all who wait for it, in one step: a process that
+// is killed has done both or neither. False if the system refuses, and then neither is done.
+bool FutexAddAndWakeAll(std::atomic<std::uint32_t>& word, std::uint32_t sum) noexcept;
 
 // A lock of one word: free -> held by whoever takes it; held -> contended by whoever has to sleep.
 // Who wakes takes the lock as contended, since others may sleep still; the wake-up that this costs

@@ -2,7 +2,10 @@
 
 #include <atomic>
 #include <new>
+#include <utility>
+#include <variant>
 
+#include "platform/posix/shared_semaphore.h"
 #include "platform/posix/wait_queue.h"
 
 namespace kx::platform {
@@ -208,6 +211,13 @@ class FutexCondition final {
     std::atomic<bool> m_waiting{false};
 };
 
+// Of this process, or shared; nothing before it is made.
+using AnySemaphore = std::variant<std::monostate, Counter, SharedSemaphore>;
+
+SharedCount& SharedCountIn(AnySemaphore& semaphore) noexcept {
+    return std::get_if<SharedSemaphore>(&semaphore)->Count();
+}
+
 // What goes into storage of a header's; no header needs to know it.
 template <typename Object>
 Object& In(std::byte* storage) {
@@ -240,23 +250,47 @@ NativeError Event::Wait(std::uint32_t milliseconds) noexcept {
     return In<FutexEvent>(storage_).Wait(milliseconds);
 }
 
-Semaphore::Semaphore() noexcept = default;
+Semaphore::Semaphore() noexcept {
+    static_assert(sizeof(AnySemaphore) <= sizeof storage_);
+    new (storage_) AnySemaphore;
+}
 
-Semaphore::~Semaphore() = default;
+Semaphore::~Semaphore() {
+    In<AnySemaphore>(storage_).~AnySemaphore();
+}
 
 NativeError Semaphore::Create(std::uint32_t count, std::uint32_t ceiling) noexcept {
-    static_assert(sizeof(Counter) <= sizeof storage_);
     if (count > ceiling) return kInvalidParameter;
-    new (storage_) Counter(static_cast<std::int32_t>(count), static_cast<std::int32_t>(ceiling));
+    In<AnySemaphore>(storage_).emplace<Counter>(static_cast<std::int32_t>(count),
+                                                static_cast<std::int32_t>(ceiling));
     return kSuccess;
 }
 
+NativeError Semaphore::CreateShared(const char* name, std::uint32_t count, std::uint32_t ceiling) {
+    // The word has bits for this ceiling, and a lower one would hold for some of its users only.
+    if (count > ceiling || ceiling != SharedCount::kCeiling) return kInvalidParameter;
+    SharedSemaphore shared;
+    const NativeError error = shared.Open(name, count);
+    if (error == kSuccess) {
+        In<AnySemaphore>(storage_).emplace<SharedSemaphore>(std::move(shared));
+    }
+    return error;
+}
+
 NativeError Semaphore::Post() noexcept {
-    return In<Counter>(storage_).Give() ? kSuccess : kTooManyPosts;
+    auto& semaphore = In<AnySemaphore>(storage_);
+    if (auto* const own = std::get_if<Counter>(&semaphore)) [[likely]] {
+        return own->Give() ? kSuccess : kTooManyPosts;
+    }
+    return SharedCountIn(semaphore).Post();
 }
 
 NativeError Semaphore::Wait(std::uint32_t milliseconds) noexcept {
-    return In<Counter>(storage_).Take(1, milliseconds);
+    auto& semaphore = In<AnySemaphore>(storage_);
+    if (auto* const own = std::get_if<Counter>(&semaphore)) [[likely]] {
+        return own->Take(1, milliseconds);
+    }
+    return SharedCountIn(semaphore).Wait(milliseconds);
 }
 
 Condition::Condition() noexcept {

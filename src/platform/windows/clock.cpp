@@ -62,6 +62,13 @@ void SystemTime(KXTimeRecord* out) noexcept {
     GetSystemTime(SystemRecord(out));
 }
 
+bool LocalTimeFromFileTime(std::uint64_t fileTime, KXTimeRecord* out) noexcept {
+    const FILETIME utc{static_cast<DWORD>(fileTime), static_cast<DWORD>(fileTime >> 32)};
+    FILETIME local{};
+    return FileTimeToLocalFileTime(&utc, &local) != 0 &&
+           FileTimeToSystemTime(&local, SystemRecord(out)) != 0;
+}
+
 NativeError QueryZone(Zone* out) noexcept {
     TIME_ZONE_INFORMATION zone{};
     const DWORD state = GetTimeZoneInformation(&zone);

@@ -10,6 +10,10 @@
 #endif
 #include <windows.h>
 
+#include <cstdint>
+
+#include "platform/error.h"
+
 namespace kx::platform {
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
@@ -22,6 +26,14 @@ inline wchar_t* Native(char16_t* text) noexcept {
 }
 inline const char16_t* FromNative(const wchar_t* text) noexcept {
     return reinterpret_cast<const char16_t*>(text);
+}
+inline DWORD* Native(std::uint32_t* number) noexcept {
+    return reinterpret_cast<DWORD*>(number);
+}
+
+// Of a call that was made just now.
+inline NativeError ErrorUnless(BOOL done) noexcept {
+    return done != 0 ? kSuccess : GetLastError();
 }
 
 }  // namespace kx::platform

@@ -24,10 +24,6 @@ BYTE* Bytes(void* data) {
     return static_cast<BYTE*>(data);
 }
 
-DWORD* Number(std::uint32_t* number) {
-    return reinterpret_cast<DWORD*>(number);
-}
-
 // A key that is closed at the end of its scope.
 class Key final {
   public:
@@ -104,8 +100,8 @@ NativeError QueryValue(KeyHandle hive, std::uint32_t view, const char16_t* path,
     Key key;
     const LSTATUS status = RegOpenKeyExW(KeyOf(hive), Native(path), 0, view | kKeyRead, key.Out());
     if (status != ERROR_SUCCESS) return Error(status);
-    return Error(RegQueryValueExW(key.Get(), Native(name), nullptr, Number(type), Bytes(data),
-                                  Number(length)));
+    return Error(RegQueryValueExW(key.Get(), Native(name), nullptr, Native(type), Bytes(data),
+                                  Native(length)));
 }
 
 NativeError SetValue(KeyHandle hive, std::uint32_t view, bool openToEveryone, const char16_t* path,
@@ -131,14 +127,14 @@ NativeError DeleteValue(KeyHandle hive, std::uint32_t view, const char16_t* path
 }
 
 NativeError EnumKey(KeyHandle key, std::uint32_t index, char16_t* name, std::uint32_t* nameLength) {
-    return Error(RegEnumKeyExW(KeyOf(key), index, Native(name), Number(nameLength), nullptr,
+    return Error(RegEnumKeyExW(KeyOf(key), index, Native(name), Native(nameLength), nullptr,
                                nullptr, nullptr, nullptr));
 }
 
 NativeError EnumValue(KeyHandle key, std::uint32_t index, char16_t* name, std::uint32_t* nameLength,
                       std::uint32_t* type, void* data, std::uint32_t* length) {
-    return Error(RegEnumValueW(KeyOf(key), index, Native(name), Number(nameLength), nullptr,
-                               Number(type), Bytes(data), Number(length)));
+    return Error(RegEnumValueW(KeyOf(key), index, Native(name), Native(nameLength), nullptr,
+                               Native(type), Bytes(data), Native(length)));
 }
 
 DeleteKeyFunction ResolveDeleteKey() {

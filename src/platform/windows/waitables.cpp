@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "platform/security.h"
 #include "platform/windows/native.h"
 
 namespace kx::platform {
@@ -17,10 +18,6 @@ void PutHandle(std::byte* storage, HANDLE handle) {
 
 void Close(HANDLE handle) {
     if (handle != nullptr) CloseHandle(handle);
-}
-
-NativeError ErrorUnless(BOOL done) {
-    return done != 0 ? kSuccess : GetLastError();
 }
 
 NativeError WaitFor(HANDLE handle, std::uint32_t milliseconds) {
@@ -73,6 +70,20 @@ NativeError Semaphore::Create(std::uint32_t count, std::uint32_t ceiling) noexce
     HandleIn(storage_) =
         CreateSemaphoreA(nullptr, static_cast<LONG>(count), static_cast<LONG>(ceiling), nullptr);
     return ErrorUnless(HandleIn(storage_) != nullptr);
+}
+
+NativeError Semaphore::CreateShared(const char* name, std::uint32_t count, std::uint32_t ceiling) {
+    SECURITY_DESCRIPTOR descriptor{};
+    void* list = nullptr;
+    const NativeError unsecured =
+        BuildRestrictedDescriptor(&descriptor, SEMAPHORE_ALL_ACCESS, &list);
+    if (unsecured != kSuccess) return unsecured;
+    SECURITY_ATTRIBUTES attributes{sizeof attributes, &descriptor, TRUE};
+    HandleIn(storage_) =
+        CreateSemaphoreA(&attributes, static_cast<LONG>(count), static_cast<LONG>(ceiling), name);
+    const NativeError error = ErrorUnless(HandleIn(storage_) != nullptr);
+    FreeAccessList(list);
+    return error;
 }
 
 NativeError Semaphore::Post() noexcept {

@@ -31,6 +31,11 @@ bool Sleeps(std::uint32_t thread) {
     return end != std::string::npos && line.compare(end, 4, ") S ") == 0;
 }
 
+// A lock on a file is the only thing that a thread sleeps for in this call.
+bool WaitsForFile(std::uint32_t thread) {
+    return Sleeps(thread) && LineOf(thread, "syscall").starts_with(std::to_string(SYS_fcntl) + ' ');
+}
+
 }  // namespace
 
 // A thread that was woken and has not got a processor yet is still said to be in its call, though
@@ -54,6 +59,7 @@ bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended) {
     for (; !ended; std::this_thread::yield()) {
         const auto wait = FutexWaitOf(thread);
         if (wait && wait->operation == kWait) return true;
+        if (WaitsForFile(thread)) return true;
     }
     return false;
 }

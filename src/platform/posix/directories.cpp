@@ -1,0 +1,139 @@
+#include "platform/directories.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/posix/error.h"
+#include "platform/posix/utf8.h"
+
+namespace kx::platform {
+namespace {
+
+DIR* SearchOf(FindHandle find) {
+    return reinterpret_cast<DIR*>(find);
+}
+FindHandle HandleOf(DIR* search) {
+    return reinterpret_cast<FindHandle>(search);
+}
+
+struct Close {
+    void operator()(DIR* search) const { closedir(search); }
+};
+
+// The directory that a pattern searches whole. The root's path is nothing but its separator, of
+// which the pattern has taken away the one that there was.
+std::string DirectoryOf(std::u16string_view pattern) {
+    if (pattern.ends_with(u'*')) pattern.remove_suffix(1);
+    if (pattern.ends_with(u'\\')) pattern.remove_suffix(1);
+    return pattern.empty() ? "/" : PathFromWide(pattern);
+}
+
+// What is there, whether a link leads to it or not; a link that leads nowhere is its own.
+bool Look(int directory, const char* name, struct statx* out) {
+    constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
+    if (statx(directory, name, AT_NO_AUTOMOUNT, kWanted, out) == 0) return true;
+    return statx(directory, name, AT_NO_AUTOMOUNT | AT_SYMLINK_NOFOLLOW, kWanted, out) == 0;
+}
+
+std::uint64_t FileTime(const statx_timestamp& time) {
+    constexpr std::int64_t kEpoch = 11'644'473'600;  // seconds from 1601 to 1970
+    constexpr std::int64_t kUnitsPerSecond = 10'000'000;
+    const std::int64_t seconds = time.tv_sec + kEpoch;
+    if (seconds < 0 || seconds > INT64_MAX / kUnitsPerSecond - 1) return 0;
+    return static_cast<std::uint64_t>(seconds * kUnitsPerSecond + time.tv_nsec / 100);
+}
+
+// Nearly every name is ASCII alone.
+void WriteName(std::string_view name, FoundEntry* entry) {
+    constexpr std::size_t kMost = std::size(FoundEntry{}.name) - 1;
+    name = name.substr(0, kMost);
+    char16_t* out = entry->name;
+    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    const auto other = std::find_if_not(name.begin(), name.end(), isAscii);
+    out = std::copy(name.begin(), other, out);
+    if (other != name.end()) {
+        // A unit takes a byte at least.
+        const std::u16string rest = WideFromPath({other, name.end()});
+        out = std::copy(rest.begin(), rest.end(), out);
+    }
+    *out = 0;
+    entry->alternateName[0] = 0;
+}
+
+void Describe(const struct statx& status, FoundEntry* entry) {
+    entry->isDirectory = S_ISDIR(status.stx_mode);
+    entry->isReadOnly = (status.stx_mode & 0222) == 0;
+    // What a directory takes up is the file system's own affair.
+    entry->size = entry->isDirectory ? 0 : status.stx_size;
+    entry->accessTime = FileTime(status.stx_atime);
+    entry->writeTime = FileTime(status.stx_mtime);
+    entry->creationTime = (status.stx_mask & STATX_BTIME) != 0
+                              ? FileTime(status.stx_btime)
+                              : std::min(FileTime(status.stx_ctime), entry->writeTime);
+}
+
+// An entry of a directory whose names may be read and nothing else.
+void DescribeUnseen(unsigned char type, FoundEntry* entry) {
+    entry->isDirectory = type == DT_DIR;
+    entry->isReadOnly = false;
+    entry->size = 0;
+    entry->creationTime = entry->accessTime = entry->writeTime = 0;
+}
+
+}  // namespace
+
+NativeError MakeDirectory(const char16_t* path) {
+    return mkdir(PathFromWide(path).c_str(), 0777) == 0 ? kSuccess : NativeErrorFromErrno(errno);
+}
+
+NativeError DeleteDirectory(const char16_t* path) {
+    const std::string name = PathFromWide(path);
+    if (rmdir(name.c_str()) == 0) return kSuccess;
+    const int error = errno;
+    struct stat status {};
+    if (error == ENOTDIR && lstat(name.c_str(), &status) == 0) return kNotADirectory;
+    if (error == ENOTEMPTY || error == EEXIST) return kDirectoryNotEmpty;
+    return NativeErrorFromErrno(error);
+}
+
+NativeError StartFind(const char16_t* pattern, FindHandle* out, FoundEntry* entry) {
+    std::unique_ptr<DIR, Close> search(opendir(DirectoryOf(pattern).c_str()));
+    if (search == nullptr) return NativeErrorFromErrno(errno);
+    const NativeError error = FindNext(HandleOf(search.get()), entry);
+    if (error == kSuccess) *out = HandleOf(search.release());
+    return error;
+}
+
+NativeError FindNext(FindHandle find, FoundEntry* entry) {
+    DIR* const search = SearchOf(find);
+    for (;;) {
+        errno = 0;
+        const dirent* const next = readdir(search);
+        if (next == nullptr) return errno != 0 ? NativeErrorFromErrno(errno) : kNoMoreFiles;
+        struct statx status;
+        if (Look(dirfd(search), next->d_name, &status)) {
+            Describe(status, entry);
+        } else if (errno == ENOENT) {
+            continue;  // gone by now
+        } else {
+            DescribeUnseen(next->d_type, entry);
+        }
+        WriteName(next->d_name, entry);
+        return kSuccess;
+    }
+}
+
+void EndFind(FindHandle find) noexcept {
+    closedir(SearchOf(find));
+}
+
+}  // namespace kx::platform
