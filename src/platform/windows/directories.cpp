@@ -44,7 +44,7 @@ NativeError StartFind(const char16_t* pattern, FindHandle* out, FoundEntry* entr
     return kSuccess;
 }
 
-NativeError FindNext(FindHandle find, FoundEntry* entry) noexcept {
+NativeError FindNext(FindHandle find, FoundEntry* entry) {
     WIN32_FIND_DATAW found{};
     if (FindNextFileW(reinterpret_cast<HANDLE>(find), &found) == 0) return GetLastError();
     Tell(found, entry);

@@ -44,12 +44,13 @@ NativeError OpenFile(const char16_t* path, const OpenRequest& request, FileHandl
 // What fails here shows when the file is opened.
 void MakeTemporaryFile(char16_t (&path)[kTemporaryPathSize]) {
     wchar_t folder[kTemporaryPathSize] = {};
-    path[0] = 0;
     GetTempPathW(MAX_PATH, folder);
-    GetTempFileNameW(folder, L"tmp", 0, Native(path));
+    if (GetTempFileNameW(folder, L"tmp", 0, Native(path)) == 0) path[0] = 0;
 }
 
+// To the system, no file is the process itself, which it takes for closed.
 NativeError CloseFile(FileHandle file) noexcept {
+    if (file == kNoFile) return kInvalidHandle;
     return ErrorUnless(CloseHandle(HandleOf(file)));
 }
 
@@ -122,8 +123,10 @@ NativeError RemoveFile(const char16_t* path) {
     return ErrorUnless(DeleteFileW(Native(path)));
 }
 
-// Of a buffer that is too small the system tells how large it should be.
+// Of a buffer that is too small the system tells how large it should be. Of a path that it can't
+// expand it may leave no error.
 NativeError ExpandPath(const char16_t* path, char16_t* out, std::uint32_t size) {
+    SetLastError(ERROR_INVALID_NAME);
     return ErrorUnless(GetFullPathNameW(Native(path), size, Native(out), nullptr) != 0);
 }
 
