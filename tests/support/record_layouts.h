@@ -14,6 +14,9 @@ static_assert(sizeof(KXMutexHandle) == sizeof(void*), "a handle is as wide as a 
 static_assert(sizeof(KXLibraryHandle) == sizeof(void*), "likewise");
 static_assert(sizeof(KXRegistryEnumHandle) == sizeof(void*), "likewise");
 static_assert(sizeof(KXModuleID) == sizeof(void*), "an address");
+static_assert(sizeof(KXFileHandle) == sizeof(void*), "the system's own");
+static_assert(sizeof(KXDirHandle) == sizeof(void*), "likewise");
+static_assert(sizeof(KXSharedMemHandle) == sizeof(void*), "likewise");
 
 static_assert(sizeof(KXTimeRecord) == 16, "KXTimeRecord");
 AT(KXTimeRecord, year, 0);
@@ -43,6 +46,16 @@ AT(KXLockStatRecord, maxHeldTime, 24);
 AT(KXLockStatRecord, totalHeldTime, 32);
 AT(KXLockStatRecord, heldCount, 40);
 AT(KXLockStatRecord, contentionCount, 48);
+
+static_assert(sizeof(KXDirEntry) == 572, "KXDirEntry");
+AT(KXDirEntry, name, 0);
+AT(KXDirEntry, alternateName, 520);
+AT(KXDirEntry, mode, 548);
+AT(KXDirEntry, sizeHigh, 552);
+AT(KXDirEntry, sizeLow, 556);
+AT(KXDirEntry, creationTime, 560);
+AT(KXDirEntry, accessTime, 564);
+AT(KXDirEntry, writeTime, 568);
 
 static_assert(sizeof(KXGUID) == 16, "KXGUID");
 AT(KXGUID, data1, 0);
