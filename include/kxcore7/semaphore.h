@@ -25,9 +25,7 @@ typedef uintptr_t KXSemaphoreHandle;
 
 /* Flags for KXSemaphoreCreate. */
 #define KX_SEM_SHARED 0x1u /* kept, and has no effect */
-#define KX_SEM_NAMED                                                            \
-    0x2u /* shared with all who open the name; without it the name goes nowhere \
-          */
+#define KX_SEM_NAMED 0x2u  /* shared by its name, which otherwise goes nowhere */
 
 KX_EXTERN_C_BEGIN
 

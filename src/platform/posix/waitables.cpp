@@ -261,8 +261,9 @@ Semaphore::~Semaphore() {
 
 NativeError Semaphore::Create(std::uint32_t count, std::uint32_t ceiling) noexcept {
     if (count > ceiling) return kInvalidParameter;
-    In<AnySemaphore>(storage_).emplace<Counter>(static_cast<std::int32_t>(count),
-                                                static_cast<std::int32_t>(ceiling));
+    // Over one that is nothing, and leaves nothing behind.
+    new (storage_) AnySemaphore(std::in_place_type<Counter>, static_cast<std::int32_t>(count),
+                                static_cast<std::int32_t>(ceiling));
     return kSuccess;
 }
 
