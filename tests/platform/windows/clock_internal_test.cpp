@@ -61,5 +61,5 @@ TEST(FloorClock, AFilesTimeBecomesLocalByTheBiasInForceNow) {
 
 TEST(FloorClock, ATimePastTheSystemsCalendarHasNoLocalTime) {
     KXTimeRecord record{};
-    EXPECT_FALSE(LocalTimeFromFileTime(std::uint64_t{1} << 63, &record));
+    EXPECT_FALSE(LocalTimeFromFileTime(std::uint64_t{3} << 62, &record));
 }

@@ -54,14 +54,6 @@ TEST(WindowsDirectory, ADriveAloneIsItsCurrentDirectory) {
     EXPECT_EQ(0u, ListingOf(u"").count(u"here")) << "the current drive's root";
 }
 
-TEST(WindowsDirectory, AShortNameIsNotAskedFor) {
-    const ScratchDir folder;
-    std::ofstream(folder / "a long name with spaces.text") << "text";
-    const auto listing = ListingOf(Wide(folder.Path()));
-    ASSERT_EQ(1u, listing.count(u"a long name with spaces.text"));
-    EXPECT_EQ(0, listing.at(u"a long name with spaces.text").alternateName[0]);
-}
-
 TEST(WindowsDirectory, NoOtherAttributeGetsIntoTheMode) {
     const ScratchDir folder;
     const std::filesystem::path path = folder / "file";
