@@ -46,6 +46,7 @@ KX_API KXResult KXDirRemove(const char16_t* path);
  * count for nothing; an empty path is the root. A path that ends in ":" means the current directory
  * of that drive, where there are drives.
  * Failure, also for a directory that is missing or may not be read: *out is KX_INVALID_HANDLE.
+ * KX_E_FAIL for a file.
  */
 KX_API KXResult KXDirOpen(const char16_t* path, KXDirHandle* out);
 

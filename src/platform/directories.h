@@ -36,7 +36,8 @@ inline constexpr FindHandle kNoFind = ~FindHandle{0};
 
 // Starts a search with its first entry. The pattern is a directory's path, "\" and "*"; behind a
 // drive's ":" the "*" alone, for the drive's current directory. Entries come in the system's order,
-// "." and ".." among them; one that goes while it is looked at is left out.
+// "." and ".." among them; one that goes while it is looked at is left out. kNotADirectory for
+// anything else of that name.
 NativeError StartFind(const char16_t* pattern, FindHandle* out, FoundEntry* entry);
 // kNoMoreFiles behind the last one, as often as it is asked.
 NativeError FindNext(FindHandle find, FoundEntry* entry);

@@ -89,6 +89,13 @@ void DescribeUnseen(unsigned char type, FoundEntry* entry) {
     entry->creationTime = entry->accessTime = entry->writeTime = 0;
 }
 
+// Something of the name that is no directory is told from a path that leads nowhere.
+NativeError ErrorOf(int error, const std::string& path) {
+    struct stat status {};
+    if (error == ENOTDIR && lstat(path.c_str(), &status) == 0) return kNotADirectory;
+    return NativeErrorFromErrno(error);
+}
+
 }  // namespace
 
 NativeError MakeDirectory(const char16_t* path) {
@@ -99,15 +106,14 @@ NativeError DeleteDirectory(const char16_t* path) {
     const std::string name = PathFromWide(path);
     if (rmdir(name.c_str()) == 0) return kSuccess;
     const int error = errno;
-    struct stat status {};
-    if (error == ENOTDIR && lstat(name.c_str(), &status) == 0) return kNotADirectory;
     if (error == ENOTEMPTY || error == EEXIST) return kDirectoryNotEmpty;
-    return NativeErrorFromErrno(error);
+    return ErrorOf(error, name);
 }
 
 NativeError StartFind(const char16_t* pattern, FindHandle* out, FoundEntry* entry) {
-    std::unique_ptr<DIR, Close> search(opendir(DirectoryOf(pattern).c_str()));
-    if (search == nullptr) return NativeErrorFromErrno(errno);
+    const std::string path = DirectoryOf(pattern);
+    std::unique_ptr<DIR, Close> search(opendir(path.c_str()));
+    if (search == nullptr) return ErrorOf(errno, path);
     const NativeError error = FindNext(HandleOf(search.get()), entry);
     if (error == kSuccess) *out = HandleOf(search.release());
     return error;
