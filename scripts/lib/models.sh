@@ -1,5 +1,5 @@
 # Checks the models of the locks with spin; sourced by scripts/test, behind tally.sh. A model stands
-# beside the code that it is of and says what its options mean. All of them take about half a minute.
+# beside the code that it is of and says what its options mean. All of them take about a minute.
 
 # search DIRECTORY MODEL [OPTION...]: every state that the model can be in. DIRECTORY/found tells.
 search() {
@@ -105,6 +105,30 @@ check_event() {
     breaks forgets-line "$line" -DMANUAL -DFORGETS_LINE
 }
 
+check_shared_semaphore() {
+    local subject=shared model=$root/src/platform/posix/shared_semaphore.pml
+    local beside='!(asleep[i])' known='m_waiters>=known' ceiling='m_count<=' stuck='ended[i]||(asleep'
+    holds killed -DWAITERS=2 -DPOSTERS=2 -DKILLS=2
+    holds herd -DWAITERS=3 -DPOSTERS=1 -DPOSTS=2 -DSPURIOUS=0
+    holds ceiling -DWAITERS=1 -DPOSTERS=3 -DCEILING=1
+    holds again -DWAITERS=2 -DROUNDS=2 -DPOSTERS=1 -DPOSTS=3 -DCEILING=2
+    holds with-limits -DWAITERS=2 -DTIMED=1 -DPOSTERS=2
+    holds many-waiters -DWAITERS=3 -DTIMED=1 -DPOSTERS=1 -DPOSTS=2 -DMOST_WAITERS=1 -DSPURIOUS=0
+    holds many-promises -DPOSTERS=3 -DMOST_PROMISES=1 -DKILLS=0 -DBESIDE_FOR_A_MOMENT
+
+    # What stays: a poster that is killed beside as many others as promises can be written down.
+    breaks one-more-promise "$stuck" -DMOST_PROMISES=0 -DBESIDE_FOR_A_MOMENT
+
+    breaks sleeps-unseen "$beside" -DSLEEPS_UNSEEN -DKILLS=0
+    breaks wakes-nobody "$beside" -DWAKES_NOBODY -DKILLS=0
+    breaks wakes-one "$stuck" -DWAKES_ONE -DPOSTERS=1 -DBESIDE_FOR_A_MOMENT
+    breaks wakes-apart "$stuck" -DWAKES_APART -DPOSTERS=1 -DBESIDE_FOR_A_MOMENT
+    breaks promises-nothing "$ceiling" -DPROMISES_NOTHING -DCEILING=1 -DKILLS=0
+    breaks registers-nobody "$beside" -DREGISTERS_NOBODY -DKILLS=0
+    breaks forgets-the-many "$known" -DFORGETS_THE_MANY -DMOST_WAITERS=1 -DKILLS=0
+    breaks strikes-twice "$known" -DSTRIKES_TWICE -DTIMED=1 -DKILLS=0
+}
+
 check_rwlock() {
     local subject=rwlock model=$root/src/locks/rwlock.pml
     local read=1 try_read=2 write=4 try_write=8 upgrade=16 try_upgrade=32
@@ -147,5 +171,6 @@ check_models() {
     local models=$root/build/models
     check_critical_section
     check_event
+    check_shared_semaphore
     check_rwlock
 }
