@@ -1,5 +1,3 @@
-#include <apr_general.h>
-#include <apr_pools.h>
 #include <apr_thread_mutex.h>
 #include <benchmark/benchmark.h>
 #include <glib.h>
@@ -15,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "apr.h"
 #include "contest.h"
 #include "report.h"
 #include "subjects.h"
@@ -68,20 +67,15 @@ class GlibLock final {
 class AprLock final {
   public:
     AprLock() {
-        static const apr_status_t started = apr_initialize();
-        Require(started == APR_SUCCESS, "APR's start");
-        Require(apr_pool_create(&m_pool, nullptr) == APR_SUCCESS, "APR's pool");
-        Require(apr_thread_mutex_create(&m_mutex, APR_THREAD_MUTEX_NESTED, m_pool) == APR_SUCCESS,
-                "APR");
+        Require(
+            apr_thread_mutex_create(&m_mutex, APR_THREAD_MUTEX_NESTED, m_pool.Get()) == APR_SUCCESS,
+            "APR");
     }
-    ~AprLock() { apr_pool_destroy(m_pool); }
-    AprLock(const AprLock&) = delete;
-    AprLock& operator=(const AprLock&) = delete;
     void Acquire() { apr_thread_mutex_lock(m_mutex); }
     void Release() { apr_thread_mutex_unlock(m_mutex); }
 
   private:
-    apr_pool_t* m_pool = nullptr;
+    AprPool m_pool;
     apr_thread_mutex_t* m_mutex = nullptr;
 };
 

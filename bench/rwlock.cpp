@@ -1,6 +1,4 @@
 #include <absl/synchronization/mutex.h>
-#include <apr_general.h>
-#include <apr_pools.h>
 #include <apr_thread_rwlock.h>
 #include <benchmark/benchmark.h>
 #include <glib.h>
@@ -15,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "apr.h"
 #include "contest.h"
 #include "report.h"
 #include "subjects.h"
@@ -78,14 +77,8 @@ class GlibLock final {
 class AprLock final {
   public:
     AprLock() {
-        static const apr_status_t started = apr_initialize();
-        Require(started == APR_SUCCESS, "APR's start");
-        Require(apr_pool_create(&m_pool, nullptr) == APR_SUCCESS, "APR's pool");
-        Require(apr_thread_rwlock_create(&m_lock, m_pool) == APR_SUCCESS, "APR's lock");
+        Require(apr_thread_rwlock_create(&m_lock, m_pool.Get()) == APR_SUCCESS, "APR's lock");
     }
-    ~AprLock() { apr_pool_destroy(m_pool); }
-    AprLock(const AprLock&) = delete;
-    AprLock& operator=(const AprLock&) = delete;
     void Read() { apr_thread_rwlock_rdlock(m_lock); }
     bool TryRead() { return apr_thread_rwlock_tryrdlock(m_lock) == APR_SUCCESS; }
     void EndRead() { apr_thread_rwlock_unlock(m_lock); }
@@ -94,7 +87,7 @@ class AprLock final {
     void EndWrite() { apr_thread_rwlock_unlock(m_lock); }
 
   private:
-    apr_pool_t* m_pool = nullptr;
+    AprPool m_pool;
     apr_thread_rwlock_t* m_lock = nullptr;
 };
 
