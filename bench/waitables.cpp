@@ -14,13 +14,13 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "contest.h"
 #include "report.h"
+#include "rows.h"
 #include "subjects.h"
 
 namespace bench {
@@ -329,42 +329,6 @@ void NotifyNobody(benchmark::State& state) {
 }
 
 // --- Rows ----------------------------------------------------------------------------------------
-
-// A row, and the benchmarks that it compares.
-class Rows final {
-  public:
-    explicit Rows(const std::string& what)
-        : m_row{.what = what, .benchmark = what + "/kxcore7", .peers = {}} {}
-
-    template <typename Add>
-    Rows& Own(Add add) {
-        add(m_row.benchmark);
-        return *this;
-    }
-    template <typename Add>
-    Rows& Peer(const std::string& label, Add add) {
-        m_row.peers.push_back(Added(label, add));
-        return *this;
-    }
-    template <typename Add>
-    Rows& Aside(const std::string& label, Add add) {
-        m_row.asides.push_back(Added(label, add));
-        return *this;
-    }
-    void AddTo(Report& report, std::optional<double> wanted = {}) {
-        m_row.wanted = wanted;
-        report.Add(m_row);
-    }
-
-  private:
-    template <typename Add>
-    bench::Peer Added(const std::string& label, Add add) const {
-        add(m_row.what + "/" + label);
-        return {label, m_row.what + "/" + label};
-    }
-
-    Row m_row;
-};
 
 template <typename Signals>
 void AddAlone(const std::string& name) {
