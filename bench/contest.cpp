@@ -1,7 +1,5 @@
 #include "contest.h"
 
-#include <time.h>
-
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
@@ -30,9 +28,9 @@ double Now() {
     return std::chrono::duration<double, std::nano>(now).count();
 }
 
-double Ran() {
+double Ran(clockid_t clock) {
     timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    clock_gettime(clock, &time);
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
@@ -60,10 +58,10 @@ double Disturbance::Share() const {
     return (WaitedForProcessor() - m_waited) / (Now() - m_start);
 }
 
-Activity::Activity() : m_start(Now()), m_ran(Ran()) {}
+Activity::Activity(clockid_t clock) : m_clock(clock), m_start(Now()), m_ran(Ran(clock)) {}
 
 double Activity::Share() const {
-    return (Ran() - m_ran) / (Now() - m_start);
+    return (Ran(m_clock) - m_ran) / (Now() - m_start);
 }
 
 }  // namespace bench

@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
+#include <time.h>
 
 #include <atomic>
 #include <barrier>
@@ -48,13 +49,14 @@ class Disturbance final {
     double m_waited;
 };
 
-// For what share of its life the calling thread ran.
+// For what share of its life the calling thread ran, or whoever has the clock.
 class Activity final {
   public:
-    Activity();
+    explicit Activity(clockid_t clock = CLOCK_THREAD_CPUTIME_ID);
     double Share() const;
 
   private:
+    clockid_t m_clock;
     double m_start;
     double m_ran;
 };

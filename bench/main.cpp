@@ -1,15 +1,43 @@
 #include <benchmark/benchmark.h>
 
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <string_view>
 
+#include "named.h"
 #include "report.h"
 #include "subjects.h"
 #include "support/scratch_registry.h"
 
 namespace {
 
-bool Run() {
+// What the run takes beside the options of Google Benchmark.
+struct Options {
+    bool quick = false;
+    std::filesystem::path files;
+};
+
+// Takes them out of the words.
+Options TakeOptions(int* argc, char** argv) {
+    const std::string_view filesIn = "--files-in=";
+    Options options;
+    char** end = argv;
+    for (char** word = argv; word != argv + *argc; ++word) {
+        const std::string_view text = *word;
+        if (text == "--quick") {
+            options.quick = true;
+        } else if (text.starts_with(filesIn)) {
+            options.files = text.substr(filesIn.size());
+        } else {
+            *end++ = *word;
+        }
+    }
+    *argc = static_cast<int>(end - argv);
+    return options;
+}
+
+bool Run(const Options& options) {
     // Before the first registry call, so that no store of the machine or the user is touched.
     const kx::test::ScratchRegistry registry;
 
@@ -22,6 +50,9 @@ bool Run() {
     bench::RegisterComponents(report);
     bench::RegisterText(report);
     bench::RegisterEncoding(report);
+    const auto files = options.files.empty() ? registry.Directory().Path() : options.files;
+    bench::RegisterFiles(report, files, options.quick);
+    bench::RegisterNamed(report);
     benchmark::RunSpecifiedBenchmarks(&report);
     // They own the peers' open files, which are in the scratch directory.
     benchmark::ClearRegisteredBenchmarks();
@@ -32,10 +63,15 @@ bool Run() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (bench::IsPartner(argc, argv)) {
+        bench::PlayPartner(argv);
+        return 1;
+    }
+    const Options options = TakeOptions(&argc, argv);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     try {
-        return Run() ? 0 : 1;
+        return Run(options) ? 0 : 1;
     } catch (const std::exception& error) {
         std::cerr << "error: " << error.what() << '\n';
         return 1;

@@ -17,6 +17,9 @@ void RegisterRegistry(Report& report, const std::filesystem::path& scratch);
 void RegisterComponents(Report& report);
 void RegisterText(Report& report);
 void RegisterEncoding(Report& report);
+// The files that are read, written, copied and listed are made in the scratch directory.
+void RegisterFiles(Report& report, const std::filesystem::path& scratch, bool quick);
+void RegisterNamed(Report& report);
 
 }  // namespace bench
 
