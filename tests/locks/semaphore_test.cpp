@@ -4,10 +4,12 @@
 #include <string>
 #include <thread>
 
+#include "support/named_objects.h"
 #include "support/results.h"
 #include "support/waitables.h"
 #include "support/waiting_line.h"
 
+using kx::test::Drain;
 using kx::test::Line;
 using kx::test::Semaphore;
 using kx::test::WaitingThread;
@@ -15,17 +17,6 @@ using kx::test::WaitingThread;
 namespace {
 
 constexpr int kWaiters = 4;
-
-// Takes the whole count, and tells what it was.
-int Drain(KXSemaphoreHandle semaphore) {
-    int count = 0;
-    for (;; ++count) {
-        const KXResult result = KXSemaphoreTryWait(semaphore);
-        if (result == KX_S_OK) continue;
-        EXPECT_RESULT(0x80004005, result);
-        return count;
-    }
-}
 
 Line LineFor(KXSemaphoreHandle semaphore, int count) {
     return {count, [semaphore] { return KXSemaphoreWait(semaphore); }};

@@ -14,8 +14,11 @@
 namespace kx::test {
 namespace {
 
-// How the library sleeps, and nobody else in a test: the C library's locks use other forms.
-constexpr unsigned long kWait = FUTEX_WAIT_BITSET_PRIVATE;
+// How the library sleeps, for its own process's sake or for others', and nobody else in a test: the
+// C library's locks use other forms.
+bool IsTheLibrarys(const FutexWait& wait) {
+    return wait.operation == FUTEX_WAIT_BITSET_PRIVATE || wait.operation == FUTEX_WAIT_BITSET;
+}
 
 std::string LineOf(std::uint32_t thread, const char* name) {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/" + name);
@@ -58,7 +61,7 @@ std::uint32_t CurrentThread() {
 bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended) {
     for (; !ended; std::this_thread::yield()) {
         const auto wait = FutexWaitOf(thread);
-        if (wait && wait->operation == kWait) return true;
+        if (wait && IsTheLibrarys(*wait)) return true;
         if (WaitsForFile(thread)) return true;
     }
     return false;
