@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <kxcore7/directory.h>
-#include <windows.h>
 
 #include <filesystem>
 #include <fstream>
@@ -10,6 +9,7 @@
 #include "support/libraries.h"
 #include "support/results.h"
 #include "support/scratch_dir.h"
+#include "support/windows/system_objects.h"
 
 using namespace kx::test;
 
@@ -64,4 +64,13 @@ TEST(WindowsDirectory, NoOtherAttributeGetsIntoTheMode) {
     ASSERT_NE(0, SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY));
     EXPECT_EQ(0x124u, ListingOf(Wide(folder.Path()))[u"file"].mode);
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST(WindowsDirectory, AListingLeavesNoHandleBehind) {
+    const ScratchDir folder;
+    const std::u16string path = Wide(folder.Path());
+    ListingOf(path);  // what the system keeps for itself from the first time on
+    const DWORD before = HandleCount();
+    EXPECT_EQ(2u, ListingOf(path).size());
+    EXPECT_EQ(before, HandleCount());
 }

@@ -136,16 +136,6 @@ TEST_F(WindowsFile, FreshTemporaryFailsWhereThereIsNoFolderForIt) {
     }
 }
 
-TEST_F(WindowsFile, TheLastPositionOf32BitsIsNoFailureWhateverErrorCameBefore) {
-    ASSERT_RESULT(2, Open(KX_FILE_CREATE | KX_FILE_READ));
-    std::uint64_t start = 0;
-    ASSERT_RESULT(KX_S_OK, KXFileSeek64(m_file, 0xFFFFFFFE, 0, KX_FILE_BEGIN, &start));
-    SetLastError(ERROR_ACCESS_DENIED);
-    std::uint32_t position = 0;
-    EXPECT_RESULT(KX_S_OK, KXFileSeek(m_file, 1, KX_FILE_CURRENT, &position));
-    EXPECT_EQ(0xFFFFFFFF, position);
-}
-
 TEST(WindowsPath, ExpandsWithDrivesAndEitherSeparator) {
     const auto expanded = [](const std::u16string& path) {
         char16_t buffer[300] = {};

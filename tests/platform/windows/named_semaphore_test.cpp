@@ -93,3 +93,13 @@ TEST(WindowsNamedSemaphore, TheSystemsNamesHaveNoBackslashAndNoMoreThan259Charac
     EXPECT_EQ(KX_INVALID_HANDLE, semaphore);
     const NamedSemaphore longest(std::string(255, 'n'), 1);
 }
+
+TEST(WindowsNamedSemaphore, LeavesNothingInMemory) {
+    constexpr int kRounds = 100;
+    const std::string name = OwnName("memory");
+    const std::size_t before = BlockCount();
+    const DWORD handles = HandleCount();
+    for (int round = 0; round < kRounds; ++round) const NamedSemaphore semaphore(name, 0);
+    EXPECT_GT(before + kRounds, BlockCount());
+    EXPECT_EQ(handles, HandleCount());
+}

@@ -72,3 +72,10 @@ TEST(RestrictedDescriptor, HasAListOfTheRevisionAndTheSizeThatItTakes) {
 TEST(RestrictedDescriptor, NoListIsFreedAsWell) {
     KXWinFreeRestrictedSD(nullptr);
 }
+
+TEST(RestrictedDescriptor, LeavesNothingInMemory) {
+    constexpr int kRounds = 100;
+    const std::size_t before = BlockCount();
+    for (int round = 0; round < kRounds; ++round) const Restricted restricted(GENERIC_ALL);
+    EXPECT_GT(before + kRounds, BlockCount());
+}

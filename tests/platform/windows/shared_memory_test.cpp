@@ -90,3 +90,22 @@ TEST_F(WindowsSharedMemory, IsRefusedUnderTheNameOfSomethingElse) {
         EXPECT_EQ(KX_INVALID_HANDLE, m_memory);
     }
 }
+
+TEST_F(WindowsSharedMemory, RefusedBecauseItExistsItLeavesNoHandleBehind) {
+    const SystemHandle system(CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                                 kSize, m_systemName.c_str()));
+    const DWORD before = HandleCount();
+    EXPECT_RESULT(KX_E_FAIL, Open(KX_FILE_CREATE | KX_FILE_EXCLUSIVE));
+    EXPECT_EQ(KX_INVALID_HANDLE, m_memory);
+    EXPECT_EQ(before, HandleCount());
+}
+
+// The system itself would give one that nobody can look at.
+TEST_F(WindowsSharedMemory, AViewWithoutAccessIsRefused) {
+    ASSERT_RESULT(2, Open(KX_FILE_CREATE));
+    for (const std::uint32_t access : {0u, KX_FILE_READ | 1u, 4u, 2u}) {
+        void* view = &view;
+        EXPECT_RESULT(KX_E_FAIL, KXSharedMemAttach(m_memory, access, &view));
+        EXPECT_EQ(&view, view);
+    }
+}

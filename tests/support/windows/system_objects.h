@@ -8,7 +8,9 @@
 #include <sddl.h>
 #include <winternl.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -41,6 +43,30 @@ inline bool IsInheritable(HANDLE handle) {
     DWORD flags = 0;
     EXPECT_NE(0, GetHandleInformation(handle, &flags));
     return (flags & HANDLE_FLAG_INHERIT) != 0;
+}
+
+// How many handles this process has.
+inline DWORD HandleCount() {
+    DWORD count = 0;
+    EXPECT_NE(0, GetProcessHandleCount(GetCurrentProcess(), &count));
+    return count;
+}
+
+// How many blocks of memory this process has of the system, the runtime's among them.
+inline std::size_t BlockCount() {
+    HANDLE heaps[64];
+    const DWORD count = GetProcessHeaps(64, heaps);
+    EXPECT_LE(count, 64u);
+    std::size_t blocks = 0;
+    for (DWORD heap = 0; heap < count && heap < 64; ++heap) {
+        PROCESS_HEAP_ENTRY entry{};
+        HeapLock(heaps[heap]);
+        while (HeapWalk(heaps[heap], &entry) != 0) {
+            if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) ++blocks;
+        }
+        HeapUnlock(heaps[heap]);
+    }
+    return blocks;
 }
 
 // The rights that a handle has.
