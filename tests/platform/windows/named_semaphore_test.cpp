@@ -94,12 +94,12 @@ TEST(WindowsNamedSemaphore, TheSystemsNamesHaveNoBackslashAndNoMoreThan259Charac
     const NamedSemaphore longest(std::string(255, 'n'), 1);
 }
 
-TEST(WindowsNamedSemaphore, LeavesNothingInMemory) {
+TEST(WindowsNamedSemaphore, LeavesNothingBehind) {
     constexpr int kRounds = 100;
     const std::string name = OwnName("memory");
     const std::size_t before = BlockCount();
-    const DWORD handles = HandleCount();
+    const HANDLE handle = NextHandle();
     for (int round = 0; round < kRounds; ++round) const NamedSemaphore semaphore(name, 0);
     EXPECT_GT(before + kRounds, BlockCount());
-    EXPECT_EQ(handles, HandleCount());
+    EXPECT_EQ(handle, NextHandle());
 }

@@ -94,10 +94,10 @@ TEST_F(WindowsSharedMemory, IsRefusedUnderTheNameOfSomethingElse) {
 TEST_F(WindowsSharedMemory, RefusedBecauseItExistsItLeavesNoHandleBehind) {
     const SystemHandle system(CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
                                                  kSize, m_systemName.c_str()));
-    const DWORD before = HandleCount();
+    const HANDLE before = NextHandle();
     EXPECT_RESULT(KX_E_FAIL, Open(KX_FILE_CREATE | KX_FILE_EXCLUSIVE));
     EXPECT_EQ(KX_INVALID_HANDLE, m_memory);
-    EXPECT_EQ(before, HandleCount());
+    EXPECT_EQ(before, NextHandle());
 }
 
 // The system itself would give one that nobody can look at.

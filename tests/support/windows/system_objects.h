@@ -45,11 +45,11 @@ inline bool IsInheritable(HANDLE handle) {
     return (flags & HANDLE_FLAG_INHERIT) != 0;
 }
 
-// How many handles this process has.
-inline DWORD HandleCount() {
-    DWORD count = 0;
-    EXPECT_NE(0, GetProcessHandleCount(GetCurrentProcess(), &count));
-    return count;
+// The handle that the system gives out next, which is the one that was closed last: another one
+// than before if one was left open meanwhile.
+inline HANDLE NextHandle() {
+    const SystemHandle event(CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    return event.Get();
 }
 
 // How many blocks of memory this process has of the system, the runtime's among them.
