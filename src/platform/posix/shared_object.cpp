@@ -144,9 +144,10 @@ class Opening final {
 
     NativeError Run() noexcept {
         for (;;) {
+            m_reason = kBusy;
             const NativeError outcome = Attempt();
             if (outcome != kAgain) return outcome;
-            if (Now() >= m_deadline) return kBusy;
+            if (Now() >= m_deadline) return m_reason;
             sched_yield();
         }
     }
@@ -269,7 +270,8 @@ class Opening final {
     }
 
     NativeError Doubt(NativeError error) noexcept {
-        if (++m_doubts >= kDoubts || Now() >= m_deadline) return error;
+        if (++m_doubts >= kDoubts) return error;
+        m_reason = error;
         Nap(std::min(kShortestNap * m_doubts, kLongestNap));
         return kAgain;
     }
@@ -279,6 +281,7 @@ class Opening final {
     const SharedFile::Path m_path;
     const Deadline m_deadline;
     int m_doubts = 0;
+    NativeError m_reason = kBusy;  // what is said if patience runs out now
 };
 
 }  // namespace

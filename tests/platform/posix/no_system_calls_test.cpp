@@ -16,7 +16,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 
+#include "support/named_objects.h"
 #include "support/waitables.h"
 
 namespace {
@@ -168,6 +170,22 @@ TEST(NoSystemCalls, OfASemaphore) {
         return KXSemaphoreTryWait(empty) == KX_E_FAIL &&
                AllSucceed({KXSemaphorePost(empty), KXSemaphoreWait(empty), KXSemaphorePost(empty),
                            KXSemaphoreTryWait(empty)});
+    });
+}
+
+TEST(NoSystemCalls, OfANamedSemaphore) {
+    const std::string name = kx::test::UniqueName();
+    const kx::test::NamedSemaphore semaphore(name, KX_SEM_MAX - 2);
+    ExpectNoSystemCall([&] {
+        return AllSucceed({KXNamedSemPost(semaphore), KXNamedSemPost(semaphore)}) &&
+               KXNamedSemPost(semaphore) == KX_E_FAIL &&
+               AllSucceed({KXNamedSemWait(semaphore), KXNamedSemTryWait(semaphore)});
+    });
+    const kx::test::NamedSemaphore empty(name + "'s other");
+    ExpectNoSystemCall([&] {
+        return KXNamedSemTryWait(empty) == KX_E_FAIL &&
+               AllSucceed({KXNamedSemPost(empty), KXNamedSemWait(empty), KXNamedSemPost(empty),
+                           KXNamedSemTryWait(empty)});
     });
 }
 

@@ -16,6 +16,7 @@
 #include <string>
 #include <thread>
 
+#include "support/named_objects.h"
 #include "support/posix/futex_wait.h"
 #include "support/waiting_thread.h"
 
@@ -28,11 +29,13 @@ namespace {
 
 constexpr std::uint32_t kLong = 600'000;
 
-enum class Kind { kEvent, kGate, kSemaphore, kCondition };
-constexpr Kind kKinds[] = {Kind::kEvent, Kind::kGate, Kind::kSemaphore, Kind::kCondition};
+enum class Kind { kEvent, kGate, kSemaphore, kSharedSemaphore, kCondition };
+constexpr Kind kKinds[] = {Kind::kEvent, Kind::kGate, Kind::kSemaphore, Kind::kSharedSemaphore,
+                           Kind::kCondition};
 
 std::string NameOf(const ::testing::TestParamInfo<Kind>& kind) {
-    static constexpr const char* kNames[] = {"Event", "Gate", "Semaphore", "Condition"};
+    static constexpr const char* kNames[] = {"Event", "Gate", "Semaphore", "SharedSemaphore",
+                                             "Condition"};
     return kNames[static_cast<int>(kind.param)];
 }
 
@@ -43,6 +46,9 @@ class WaitableOfAnyKind : public ::testing::TestWithParam<Kind> {
         m_event.Create(false);
         m_gate.Create(true);
         m_semaphore.Create(0, 1);
+        if (GetParam() == Kind::kSharedSemaphore) {
+            EXPECT_EQ(kSuccess, m_shared.CreateShared(kx::test::UniqueName().c_str(), 0, 0x7FFF));
+        }
     }
 
     NativeError Wait(std::uint32_t limit) {
@@ -53,6 +59,8 @@ class WaitableOfAnyKind : public ::testing::TestWithParam<Kind> {
                 return m_gate.Wait(limit);
             case Kind::kSemaphore:
                 return m_semaphore.Wait(limit);
+            case Kind::kSharedSemaphore:
+                return m_shared.Wait(limit);
             case Kind::kCondition:
                 return WaitForCondition(limit);
         }
@@ -69,6 +77,9 @@ class WaitableOfAnyKind : public ::testing::TestWithParam<Kind> {
                 break;
             case Kind::kSemaphore:
                 m_semaphore.Post();
+                break;
+            case Kind::kSharedSemaphore:
+                m_shared.Post();
                 break;
             case Kind::kCondition:
                 m_condition.WakeOne();
@@ -91,6 +102,7 @@ class WaitableOfAnyKind : public ::testing::TestWithParam<Kind> {
     Event m_event;
     Event m_gate;
     Semaphore m_semaphore;
+    Semaphore m_shared;
     Condition m_condition;
 };
 
@@ -139,9 +151,10 @@ FutexWait WaitOf(const WaitingThread& thread) {
     return {};
 }
 
-// Wakes whoever sleeps on the word; whether there was somebody.
-bool Wake(std::uintptr_t word) {
-    return syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0) == 1;
+// Wakes whoever sleeps like that; whether there was somebody.
+bool Wake(const FutexWait& wait) {
+    const unsigned long operation = FUTEX_WAKE | (wait.operation & FUTEX_PRIVATE_FLAG);
+    return syscall(SYS_futex, wait.word, operation, 1, nullptr, nullptr, 0) == 1;
 }
 
 }  // namespace
@@ -160,7 +173,7 @@ TEST_P(WaitableOfAnyKind, WaitsKeepErrno) {
         });
         // Woken for nothing and by a signal, too: these are errors of the call below.
         const HandledSignal handled;
-        EXPECT_TRUE(Wake(WaitOf(waiter).word));
+        EXPECT_TRUE(Wake(WaitOf(waiter)));
         waiter.WaitUntilAsleep();
         errno = 0;
         while (HandledSignal::Count() == 0) {
@@ -221,10 +234,10 @@ TEST_P(WaitableOfAnyKind, AWakeUpForNothingLetsNobodyThrough) {
             EXPECT_EQ(kSuccess, Wait(limit));
             passed = true;
         });
-        const std::uintptr_t word = WaitOf(waiter).word;
+        const FutexWait wait = WaitOf(waiter);
         for (int i = 0; i < 5; ++i) {
-            EXPECT_TRUE(Wake(word));
-            EXPECT_EQ(word, WaitOf(waiter).word);
+            EXPECT_TRUE(Wake(wait));
+            EXPECT_EQ(wait.word, WaitOf(waiter).word);
             EXPECT_FALSE(passed);
         }
         LetOneThrough();
@@ -248,7 +261,7 @@ TEST_P(WaitableOfAnyKind, SleepsUntilATimeOnTheMonotonicClock) {
                            std::chrono::milliseconds(limit);
         EXPECT_GE(ahead, before);
         EXPECT_LE(ahead, after);
-        EXPECT_TRUE(Wake(wait.word));
+        EXPECT_TRUE(Wake(wait));
         const timespec again = TimeAt(WaitOf(waiter).until);
         EXPECT_EQ(until.tv_sec, again.tv_sec);
         EXPECT_EQ(until.tv_nsec, again.tv_nsec);
