@@ -7,27 +7,51 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "platform/posix/descriptor.h"
 #include "platform/posix/error.h"
 #include "platform/posix/utf8.h"
 
 namespace kx::platform {
 namespace {
 
-DIR* SearchOf(FindHandle find) {
-    return reinterpret_cast<DIR*>(find);
+// A search. It asks the system for entries itself: the C library's way takes a lock for each.
+struct Search {
+    Descriptor directory;
+    std::size_t next = 0;  // in entries, up to end
+    std::size_t end = 0;
+    alignas(dirent64) char entries[32 * 1024];
+};
+
+Search& SearchOf(FindHandle find) {
+    return *reinterpret_cast<Search*>(find);
 }
-FindHandle HandleOf(DIR* search) {
+
+FindHandle HandleOf(Search* search) {
     return reinterpret_cast<FindHandle>(search);
 }
 
-struct Close {
-    void operator()(DIR* search) const { closedir(search); }
-};
+// Null with *error. A directory that was removed meanwhile is one that has no more entries.
+const dirent64* NextOf(Search& search, NativeError* error) {
+    if (search.next == search.end) {
+        const ssize_t bytes =
+            getdents64(search.directory.Get(), search.entries, sizeof search.entries);
+        if (bytes <= 0) {
+            *error = bytes == 0 || errno == ENOENT ? kNoMoreFiles : NativeErrorFromErrno(errno);
+            return nullptr;
+        }
+        search.next = 0;
+        search.end = static_cast<std::size_t>(bytes);
+    }
+    const auto* const entry = reinterpret_cast<const dirent64*>(search.entries + search.next);
+    search.next += entry->d_reclen;
+    return entry;
+}
 
 // The directory that a pattern searches whole. The root's path is nothing but its separator, of
 // which the pattern has taken away the one that there was.
@@ -119,21 +143,21 @@ NativeError DeleteDirectory(const char16_t* path) {
 
 NativeError StartFind(const char16_t* pattern, FindHandle* out, FoundEntry* entry) {
     const std::string path = DirectoryOf(pattern);
-    std::unique_ptr<DIR, Close> search(opendir(path.c_str()));
-    if (search == nullptr) return ErrorOf(errno, path);
+    auto search = std::make_unique_for_overwrite<Search>();
+    if (!search->directory.Open(path.c_str(), O_RDONLY | O_DIRECTORY)) return ErrorOf(errno, path);
     const NativeError error = FindNext(HandleOf(search.get()), entry);
     if (error == kSuccess) *out = HandleOf(search.release());
     return error;
 }
 
 NativeError FindNext(FindHandle find, FoundEntry* entry) {
-    DIR* const search = SearchOf(find);
+    Search& search = SearchOf(find);
     for (;;) {
-        errno = 0;
-        const dirent* const next = readdir(search);
-        if (next == nullptr) return errno != 0 ? NativeErrorFromErrno(errno) : kNoMoreFiles;
+        NativeError error = kSuccess;
+        const dirent64* const next = NextOf(search, &error);
+        if (next == nullptr) return error;
         struct statx status;
-        if (Look(dirfd(search), next->d_name, &status)) {
+        if (Look(search.directory.Get(), next->d_name, &status)) {
             Describe(status, entry);
         } else if (errno == ENOENT) {
             continue;  // gone by now
@@ -146,7 +170,7 @@ NativeError FindNext(FindHandle find, FoundEntry* entry) {
 }
 
 void EndFind(FindHandle find) noexcept {
-    closedir(SearchOf(find));
+    delete &SearchOf(find);
 }
 
 }  // namespace kx::platform
