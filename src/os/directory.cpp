@@ -2,9 +2,8 @@
 
 #include <kxcore7/calendar.h>
 #include <kxcore7/result.h>
-#include <kxcore7/str.h>
 
-#include <iterator>
+#include <cstring>
 
 #include "frame/exception.h"
 #include "platform/clock.h"
@@ -76,8 +75,10 @@ std::uint32_t ModeOf(const FoundEntry& found) {
 }
 
 void Fill(KXDirEntry* entry, const FoundEntry& found, os::FileTimes* times) {
-    KXStrNCpyW(entry->name, found.name, std::size(entry->name));
-    KXStrNCpyW(entry->alternateName, found.alternateName, std::size(entry->alternateName));
+    static_assert(sizeof entry->name == sizeof found.name &&
+                  sizeof entry->alternateName == sizeof found.alternateName);
+    std::memcpy(entry->name, found.name, sizeof entry->name);
+    std::memcpy(entry->alternateName, found.alternateName, sizeof entry->alternateName);
     entry->mode = ModeOf(found);
     entry->sizeHigh = static_cast<std::uint32_t>(found.size >> 32);
     entry->sizeLow = static_cast<std::uint32_t>(found.size);

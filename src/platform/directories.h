@@ -18,7 +18,8 @@ NativeError MakeDirectory(const char16_t* path);
 // kDirectoryNotEmpty, and kNotADirectory for anything else of that name.
 NativeError DeleteDirectory(const char16_t* path);
 
-// What a search found. Times are in units of 100 ns since 1601-01-01 00:00:00 UTC.
+// What a search found. Behind the names there are zeros to their ends. Times are in units of 100 ns
+// since 1601-01-01 00:00:00 UTC.
 struct FoundEntry {
     char16_t name[260];
     char16_t alternateName[14];

@@ -96,8 +96,8 @@ void WriteName(std::string_view name, FoundEntry* entry) {
         const std::u16string wide = WideFromPath(name);
         out = std::copy(wide.begin(), wide.end(), out);
     }
-    *out = 0;
-    entry->alternateName[0] = 0;
+    std::fill(out, std::end(entry->name), u'\0');
+    std::fill(std::begin(entry->alternateName), std::end(entry->alternateName), u'\0');
 }
 
 void Describe(const struct statx& status, FoundEntry* entry) {

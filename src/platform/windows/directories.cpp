@@ -1,6 +1,7 @@
 #include "platform/directories.h"
 
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
 
 #include "platform/windows/native.h"
 
@@ -11,11 +12,16 @@ std::uint64_t TimeOf(const FILETIME& time) {
     return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
+// What the system leaves behind a terminator is its own affair.
+template <std::size_t kSize>
+void CopyName(const WCHAR (&from)[kSize], char16_t (&to)[kSize]) {
+    const auto* const end = std::find(from, from + kSize, u'\0');
+    std::fill(std::copy(from, end, to), to + kSize, u'\0');
+}
+
 void Tell(const WIN32_FIND_DATAW& found, FoundEntry* entry) {
-    static_assert(sizeof entry->name == sizeof found.cFileName &&
-                  sizeof entry->alternateName == sizeof found.cAlternateFileName);
-    std::memcpy(entry->name, found.cFileName, sizeof entry->name);
-    std::memcpy(entry->alternateName, found.cAlternateFileName, sizeof entry->alternateName);
+    CopyName(found.cFileName, entry->name);
+    CopyName(found.cAlternateFileName, entry->alternateName);
     entry->isDirectory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     entry->isReadOnly = (found.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     entry->size = std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
