@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
@@ -160,9 +161,10 @@ TEST_F(DirOpen, SeparatorsAloneAndNothingAreTheRoot) {
     EXPECT_EQ(roots, NamesIn(u"//"));
 }
 
+// More of them than a system gives at once.
 TEST_F(DirRead, EveryEntryIsListedOnce) {
     std::vector<std::u16string> names{u".", u".."};
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         const std::string name = "entry " + std::to_string(i);
         Store(Path(name), "");
         names.emplace_back(name.begin(), name.end());
@@ -240,6 +242,19 @@ TEST_F(DirRead, ThereIsNoShortName) {
     const auto entry = Find(u"a name that is longer than eight and three");
     ASSERT_TRUE(entry);
     for (const char16_t unit : entry->alternateName) EXPECT_EQ(0, unit);
+}
+
+TEST_F(DirRead, BehindANameThereAreZeros) {
+    Store(Path("file"), "");
+    const Listing listing(Wide());
+    KXDirEntry entry;
+    std::memset(&entry, 0x5A, sizeof entry);
+    while (listing.Read(&entry) >= 0) {
+        const auto* const end = std::find(std::begin(entry.name), std::end(entry.name), u'\0');
+        EXPECT_TRUE(
+            std::all_of(end, std::cend(entry.name), [](char16_t unit) { return unit == 0; }));
+        std::memset(&entry, 0x5A, sizeof entry);
+    }
 }
 
 TEST_F(DirRead, TwoListingsOfOneDirectoryKeepTheirPlaces) {
