@@ -51,9 +51,10 @@ KX_EXTERN_C_BEGIN
  *   CREATE, EXCLUSIVE, with TRUNCATE or not KX_E_FAIL             created
  *   EXCLUSIVE without CREATE                KX_E_FAIL             KX_E_FAIL
  *
- * Cutting takes KX_FILE_WRITE. A file that is created becomes read-only if permissions (POSIX
- * bits) has no write bit; it can be written through the handle that created it all the same. A
- * read-only file is neither opened for writing nor as a temporary one: KX_E_ACCESSDENIED.
+ * TRUNCATE without CREATE takes KX_FILE_WRITE. A file that is created becomes read-only if
+ * permissions (POSIX bits) has no write bit; it can be written through the handle that created it
+ * all the same. A read-only file is neither opened for writing nor as a temporary one:
+ * KX_E_ACCESSDENIED.
  *
  * With KX_FILE_TEMPORARY the file is created if it is missing, and with a path that is null or
  * empty it is a new one in the system's folder for such files, named "tmp..."; it keeps its name

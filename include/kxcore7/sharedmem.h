@@ -2,9 +2,10 @@
  * Named memory that processes share.
  *
  * The memory lives exactly as long as a handle, a view or a child that inherited one of them does,
- * however its process ends; then the name is free, and whoever uses it next gets new memory, all
- * zero. Every process that can name it may open it. Names are compared byte for byte; they are
- * shorter than 508 bytes, and their units as wide text are, too.
+ * however its process ends; then the name is free (on Windows when the last handle is gone), and
+ * whoever uses it next gets new memory, all zero. Every process that can name it may open it. Names
+ * are compared byte for byte; they are shorter than 508 bytes, and their units as wide text are,
+ * too.
  *
  * Any thread may call these. What lies in the memory is its users' to keep in order. A failed call
  * of the system comes out as its result code.
@@ -30,8 +31,8 @@ KX_EXTERN_C_BEGIN
  *   neither                        opened, for writing with KX_FILE_WRITE, otherwise for reading;
  *                                  KX_ERROR_FILE_NOT_FOUND if it does not exist
  *
- * The third argument is ignored. A size of 0 is refused with KX_E_FAIL where something would be
- * created.
+ * The third argument is ignored. To create with a size of 0 is refused with KX_E_FAIL, also where
+ * the memory exists.
  *
  * Result: 0 if the memory existed and was asked to be created, 2 if it is new, or opened; negative
  * on failure, and *out is KX_INVALID_HANDLE. KX_E_HANDLE: the name belongs to something else.
@@ -46,7 +47,7 @@ KX_API KXResult KXSharedMemOpen(const char* name, uint32_t flags, uint32_t reser
  */
 KX_API KXResult KXSharedMemAttach(KXSharedMemHandle memory, uint32_t access, void** address);
 
-/* Takes back a view, by the address that the attach stored. KX_E_FAIL for any other. */
+/* Takes back a view, by the address that the attach stored. KX_E_FAIL for what is no view. */
 KX_API KXResult KXSharedMemDetach(void* address);
 
 /* Gives the handle back; views stay as they are. Exactly what KXFileClose does. */
