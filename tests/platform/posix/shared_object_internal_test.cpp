@@ -219,11 +219,12 @@ TEST_F(SharedFiles, WhoNeverLetsGoHoldsNobodyUp) {
 TEST_F(SharedFiles, WhoLetsGoIsWaitedFor) {
     const Descriptor holder = Plant("garbage", F_WRLCK);
     std::atomic<bool> opened{false};
+    const std::ptrdiff_t before = OpenDescriptors();
     std::thread opener([&] {
         EXPECT_EQ(kSuccess, Outcome(600'000));
         opened = true;
     });
-    for (int i = 0; i < 100; ++i) std::this_thread::yield();
+    while (OpenDescriptors() == before) std::this_thread::yield();
     EXPECT_FALSE(opened);
     Lock(holder, F_UNLCK);
     opener.join();
@@ -231,12 +232,13 @@ TEST_F(SharedFiles, WhoLetsGoIsWaitedFor) {
 
 TEST_F(SharedFiles, OneThatIsTakenAlongMeanwhileIsMadeAnew) {
     const Descriptor holder = Plant("garbage", F_WRLCK);
+    const std::ptrdiff_t before = OpenDescriptors();
     std::thread opener([&] {
         SharedObject object;
-        EXPECT_EQ(kSuccess, Open(&object, 600'000));
+        EXPECT_EQ(kSuccess, Open(&object, 10'000));
         EXPECT_FALSE(object.existed);
     });
-    for (int i = 0; i < 100; ++i) std::this_thread::yield();
+    while (OpenDescriptors() == before) std::this_thread::yield();
     EXPECT_EQ(0, unlink(m_semaphorePath.c_str()));
     opener.join();  // the lock is held still
 }
@@ -692,6 +694,40 @@ TEST_F(SharedFiles, AProcessKilledAtAnySystemCallLeavesOthersWhatTheyHold) {
             EXPECT_RESULT(KX_S_OK, KXNamedSemPost(*keeper));
             EXPECT_RESULT(KX_S_OK, KXNamedSemPost(*keeper));
         });
+}
+
+// Somebody takes the lock at one step and clears the file away some steps later: between any two
+// steps of an opening, that is, be it of a new file or of one that was left.
+TEST_F(SharedFiles, WhoOpensWhileASweepPassesHasTheObjectThatOthersFind) {
+    constexpr int kMostSteps = 60;
+    const auto open = [&] {
+        KXSemaphoreHandle semaphore = 0;
+        if (KXNamedSemOpen(m_name.c_str(), 7, &semaphore) != 0) _exit(1);
+    };
+    for (const int length : {0, 1, 2, 4, 6, 8}) {
+        for (int at = 0; at < kMostSteps; ++at) {
+            if (at % 2 != 0) Plant("left by a killed process");
+            SteppedProcess process(open);
+            if (!process.Runs()) GTEST_SKIP() << "processes can't be traced here";
+            for (int i = 0; i < at / 2 && process.Step(StepOf::systemCall); ++i) {
+            }
+            Descriptor sweep;
+            struct flock lock {};
+            lock.l_type = F_WRLCK;
+            lock.l_len = 1;
+            if (sweep.Open(m_semaphorePath.c_str(), O_RDWR) &&
+                fcntl(sweep.Get(), F_OFD_SETLK, &lock) == 0) {
+                for (int i = 0; i < length && process.Step(StepOf::systemCall); ++i) {
+                }
+                unlink(m_semaphorePath.c_str());
+            }
+            sweep.Close();
+            while (process.Step(StepOf::systemCall)) {
+            }
+            const NamedSemaphore mine(m_name, 2);
+            ASSERT_EQ(7, Drain(mine)) << "from step " << at / 2 << " for " << length;
+        }
+    }
 }
 
 TEST_F(SharedFiles, AProcessKilledAtAnySystemCallOfSharingMemoryLeavesNothing) {

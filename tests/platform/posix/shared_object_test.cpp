@@ -16,7 +16,7 @@ using namespace kx::test;
 
 namespace {
 
-constexpr int kRounds = 12;
+constexpr int kRounds = 8;
 constexpr int kWorkers = 3;
 
 // How many files have the system's name of an object in their first page.
