@@ -19,12 +19,21 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
 class Worker final {
   public:
     Worker(int count, char** words) : m_word(words), m_end(words + count) {}
+    // Nothing is to look like a leak.
+    ~Worker() {
+        KXNamedSemClose(m_semaphore);
+        KXSharedMemDetach(m_view);
+        KXSharedMemClose(m_memory);
+    }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
 
     int Run() {
         while (m_word != m_end) {
@@ -60,7 +69,7 @@ class Worker final {
         if (verb == "post") return Print(KXNamedSemPost(m_semaphore));
         if (verb == "wait") return Print(KXNamedSemWait(m_semaphore));
         if (verb == "try") return Print(KXNamedSemTryWait(m_semaphore));
-        if (verb == "drop") return Print(KXNamedSemClose(m_semaphore));
+        if (verb == "drop") return Print(KXNamedSemClose(std::exchange(m_semaphore, 0)));
         return false;
     }
 
