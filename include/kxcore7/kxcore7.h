@@ -38,6 +38,7 @@
 #include "semaphore.h"
 #include "sharedmem.h"
 #include "str.h"
+#include "systeminfo.h"
 #include "textfile.h"
 #include "types.h"
 

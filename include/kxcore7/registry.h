@@ -34,7 +34,7 @@
     5u /* texts one behind the other, each with its terminator, and one more \
         */
 
-/* Stores. The functions below always use the native one. */
+/* Stores. All functions but the last always use the native one. */
 #define KX_REGISTRY_NATIVE 0u
 #define KX_REGISTRY_INI 1u
 
@@ -112,6 +112,26 @@ KX_API KXResult KXRegistryEnumNextValue(KXRegistryEnumHandle handle, char16_t* n
 
 /* Ends a walk. 0 stands for none and is accepted; KX_INVALID_HANDLE is not. Always 0. */
 KX_API KXResult KXRegistryCloseEnum(KXRegistryEnumHandle handle);
+
+/*
+ * Copies the whole configuration from one store to another, KX_REGISTRY_NATIVE or KX_REGISTRY_INI;
+ * the INI store is the file "kxregistry.ini" in the current directory. Values of the same name are
+ * replaced there, others stay. What the destination can't hold is passed over: any type but text on
+ * the way to the INI store, and data above 2048 bytes on the way from the native one. Keys without
+ * values are not carried over. Of KX_HKEY_USER it is the part of the current user. The arguments
+ * are ignored.
+ *
+ * An INI file that was the source is deleted when all of it was walked, with whatever was not
+ * copied: values of other users, sections under no root. It is deleted also if it was the
+ * destination at the same time.
+ *
+ * Result: 0, also if values were passed over. KX_CO_E_INIT_SHARED_ALLOCATOR: no such store.
+ * Otherwise what stopped the walk; then the source is as it was, and a second call begins anew.
+ *
+ * One call at a time in a process.
+ */
+KX_API KXResult KXRegistryMigrate(uint32_t source, uint32_t sourceArgument, uint32_t destination,
+                                  uint32_t destinationArgument);
 
 KX_EXTERN_C_END
 

@@ -2,6 +2,8 @@
 #ifndef KXCORE7_SRC_PLATFORM_STREAMS_H
 #define KXCORE7_SRC_PLATFORM_STREAMS_H
 
+#include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <string>
 
@@ -18,6 +20,16 @@ void AppendWhole(std::ofstream& stream, const char16_t* path, const std::string&
 
 // An address as the system's streams write one.
 std::string AddressText(const void* address);
+
+// fopen in the runtime's text mode, by a narrow path; programs that this process starts do not get
+// the file.
+std::FILE* OpenTextToRead(const char* path) noexcept;
+std::FILE* OpenTextToWrite(const char* path) noexcept;
+
+// When a file was last written, in seconds since 1970-01-01 00:00:00 UTC; false if that can't be
+// told. What an open stream keeps back is not written yet.
+bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept;
+bool QueryWriteTime(std::FILE* file, std::int64_t* seconds) noexcept;
 
 }  // namespace kx::platform
 

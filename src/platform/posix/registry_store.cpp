@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <pthread.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -10,8 +9,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <iterator>
-#include <vector>
 
+#include "platform/posix/account.h"
 #include "platform/posix/error.h"
 
 namespace kx::platform {
@@ -95,14 +94,8 @@ std::string Environment(const char* name) {
 
 std::string HomeDirectory() {
     if (std::string home = Environment("HOME"); !home.empty()) return home;
-    std::vector<char> buffer(std::size_t{16} * 1024);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
-        found == nullptr) {
-        return "/nonexistent";
-    }
-    return found->pw_dir;
+    Account account;
+    return FindOwnAccount(&account) ? account.home : "/nonexistent";
 }
 
 // A relative directory in XDG_DATA_HOME is to be ignored, by the rules of that variable.

@@ -1,5 +1,8 @@
 #include "platform/streams.h"
 
+#include <stdio.h>
+#include <sys/stat.h>
+
 #include <sstream>
 
 #include "platform/posix/utf8.h"
@@ -21,6 +24,28 @@ std::string AddressText(const void* address) {
     std::ostringstream text;
     text << address;
     return text.str();
+}
+
+std::FILE* OpenTextToRead(const char* path) noexcept {
+    return std::fopen(path, "re");
+}
+
+std::FILE* OpenTextToWrite(const char* path) noexcept {
+    return std::fopen(path, "we");
+}
+
+bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept {
+    struct stat status {};
+    if (stat(path, &status) != 0) return false;
+    *seconds = status.st_mtim.tv_sec;
+    return true;
+}
+
+bool QueryWriteTime(std::FILE* file, std::int64_t* seconds) noexcept {
+    struct stat status {};
+    if (fstat(fileno(file), &status) != 0) return false;
+    *seconds = status.st_mtim.tv_sec;
+    return true;
 }
 
 }  // namespace kx::platform

@@ -1,5 +1,8 @@
 #include "platform/streams.h"
 
+#include <stdio.h>
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <filesystem>
 
@@ -57,6 +60,28 @@ std::string AddressText(const void* address) {
         text += kDigits[value >> shift & 0xF];
     }
     return text;
+}
+
+std::FILE* OpenTextToRead(const char* path) noexcept {
+    return std::fopen(path, "rtN");
+}
+
+std::FILE* OpenTextToWrite(const char* path) noexcept {
+    return std::fopen(path, "wtN");
+}
+
+bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept {
+    struct _stat64 status {};
+    if (_stat64(path, &status) != 0) return false;
+    *seconds = status.st_mtime;
+    return true;
+}
+
+bool QueryWriteTime(std::FILE* file, std::int64_t* seconds) noexcept {
+    struct _stat64 status {};
+    if (_fstat64(_fileno(file), &status) != 0) return false;
+    *seconds = status.st_mtime;
+    return true;
 }
 
 }  // namespace kx::platform

@@ -1,0 +1,268 @@
+#include "registry/ini_file.h"
+
+#include <kxcore7/character.h>
+#include <kxcore7/str.h>
+
+#include <cctype>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "frame/exception.h"
+#include "platform/streams.h"
+#include "text/conversion.h"
+
+using namespace kx;
+using core::NarrowFromWide;
+using core::ThrowIfFailed;
+using core::WideFromNarrow;
+
+namespace {
+
+constexpr const char* kLockName = "KXCore_IniFileLock";
+constexpr char16_t kSeparator = u'\\';
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using Stream = std::unique_ptr<std::FILE, CloseFile>;
+
+// --- Reading -------------------------------------------------------------------------------------
+
+// A line at a time, or a piece of one that is too long.
+class Lines final {
+  public:
+    explicit Lines(std::FILE* file) : m_file(file) {}
+
+    bool Next() { return std::fgets(m_line, kMost, m_file) != nullptr; }
+
+    bool IsHeader() const { return m_line[0] == '['; }
+    bool EndsSection() const {
+        const auto first = static_cast<signed char>(m_line[0]);
+        return first == 0 || (first > 0 && std::isspace(first) != 0);
+    }
+    std::u16string Wide() const { return WideFromNarrow(m_line); }
+
+  private:
+    // What one read asks for: a byte less of the line, and the terminator.
+    static constexpr int kMost = 511;
+
+    std::FILE* const m_file;
+    char m_line[kMost + 1];
+};
+
+// Between the bracket that begins the line and the last one that ends a name.
+std::optional<std::u16string> SectionNameIn(const std::u16string& line) {
+    const std::size_t end = line.rfind(u']');
+    if (end == std::u16string::npos) return std::nullopt;
+    return line.substr(1, end - 1);
+}
+
+// Blanks at both ends go, unless there is nothing else.
+std::u16string_view TrimSpaces(std::u16string_view text) {
+    const std::size_t first = text.find_first_not_of(u' ');
+    if (first == std::u16string_view::npos) return text;
+    return text.substr(first, text.find_last_not_of(u' ') + 1 - first);
+}
+
+// Of a name that comes twice the first spelling and the last text stay. The last character is taken
+// for the end of the line, also where it is none: such a line is the file's last or a piece of one.
+bool ReadValues(Lines& lines, IniFile::Values* values) {
+    while (lines.Next() && !lines.EndsSection()) {
+        std::u16string line = lines.Wide();
+        if (!line.empty()) line.pop_back();
+        const std::size_t divider = line.find(u'=');
+        if (divider == std::u16string::npos) return false;
+        const std::u16string_view whole = line;
+        values->insert_or_assign(CaselessName(TrimSpaces(whole.substr(0, divider))),
+                                 std::u16string(TrimSpaces(whole.substr(divider + 1))));
+    }
+    return true;
+}
+
+// --- Writing -------------------------------------------------------------------------------------
+
+// What the locale can't express is written as nothing.
+std::string Narrow(const std::u16string& text) {
+    return NarrowFromWide(text.c_str());
+}
+
+void WriteSection(const std::u16string& name, const IniFile::Values& values, std::FILE* file) {
+    std::string out = '[' + Narrow(name) + "]\n";
+    for (const auto& [valueName, text] : values) {
+        out += Narrow(valueName.Spelling()) + '=' + Narrow(text) + '\n';
+    }
+    out += '\n';
+    std::fwrite(out.data(), 1, out.size(), file);
+}
+
+// --- Paths ---------------------------------------------------------------------------------------
+
+std::u16string WithSeparator(std::u16string_view path) {
+    std::u16string out;
+    out.reserve(path.size() + 1);
+    return out.append(path).append(1, kSeparator);
+}
+
+// Calls visit(name) for all sections whose name begins with a prefix, case included. They lie
+// together, and behind whatever they begin with: folding keeps lengths and beginnings.
+template <typename Visit>
+void VisitSections(const IniFile::Sections& sections, const std::u16string& prefix, Visit visit) {
+    const CaselessName start(prefix);
+    for (auto at = sections.lower_bound(start); at != sections.end(); ++at) {
+        if (!at->first.Folded().starts_with(start.Folded())) return;
+        if (at->first.Spelling().starts_with(prefix)) visit(at->first.Spelling());
+    }
+}
+
+}  // namespace
+
+CaselessName::CaselessName(std::u16string_view spelling)
+    : m_spelling(spelling), m_folded(spelling) {
+    for (char16_t& unit : m_folded) unit = static_cast<char16_t>(KXToLowerW(unit));
+}
+
+// --- IniFile -------------------------------------------------------------------------------------
+
+IniFile::IniFile(const char16_t* path) : m_path(path != nullptr ? path : u"") {
+    ThrowIfFailed(KXNamedSemOpen(kLockName, 1, m_fileLock.Out()));
+    Lock lock(m_fileLock.Get());
+    Load();
+    lock.Release();
+}
+
+IniFile::Lock::Lock(KXSemaphoreHandle lock) : m_lock(lock) {
+    ThrowIfFailed(KXSemaphoreWait(m_lock));
+}
+
+IniFile::Lock::~Lock() {
+    if (m_lock != KX_INVALID_HANDLE) KXSemaphorePost(m_lock);
+}
+
+void IniFile::Lock::Release() {
+    ThrowIfFailed(KXSemaphorePost(std::exchange(m_lock, KX_INVALID_HANDLE)));
+}
+
+int IniFile::Load() {
+    m_sections.clear();
+    const Stream file(platform::OpenTextToRead(Narrow(m_path).c_str()));
+    if (file == nullptr) return 0;
+    Lines lines(file.get());
+    while (lines.Next()) {
+        if (!lines.IsHeader()) continue;
+        const std::optional<std::u16string> name = SectionNameIn(lines.Wide());
+        Values values;
+        if (!name || !ReadValues(lines, &values)) break;
+        m_sections.insert_or_assign(CaselessName(*name), std::move(values));
+    }
+    return 0;
+}
+
+// The time is taken while the end of the file may not have been written: it can be a second short,
+// and then the next look reads the file back.
+int IniFile::Save(const char16_t* path) {
+    const std::string narrow = NarrowFromWide(path != nullptr ? path : m_path.c_str());
+    const Stream file(platform::OpenTextToWrite(narrow.c_str()));
+    if (file == nullptr) return 1;
+    for (const auto& [name, values] : m_sections) {
+        WriteSection(name.Spelling(), values, file.get());
+    }
+    platform::QueryWriteTime(file.get(), &m_lastModified);
+    return 0;
+}
+
+void IniFile::Refresh() {
+    std::int64_t modified = 0;
+    if (!platform::QueryWriteTime(Narrow(m_path).c_str(), &modified)) return;
+    if (modified > m_lastModified) Load();
+    m_lastModified = modified;
+}
+
+int IniFile::SetValue(const char16_t* section, const char16_t* name, const char16_t* text,
+                      bool overwrite) {
+    Turn turn(*this);
+    int result = -1;
+    if (overwrite || !HasValue(section, name)) {
+        m_sections[CaselessName(section)].insert_or_assign(CaselessName(name), text);
+        Save(nullptr);
+        result = 0;
+    }
+    turn.End();
+    return result;
+}
+
+KXResult IniFile::GetValue(const char16_t* section, const char16_t* name, char16_t* out) {
+    Turn turn(*this);
+    const std::u16string* const text = Find(section, name);
+    if (text != nullptr) KXStrNCpyW(out, text->c_str(), text->size() + 1);
+    const KXResult result = text != nullptr ? KX_S_OK : KX_ERROR_FILE_NOT_FOUND;
+    turn.End();
+    return result;
+}
+
+const std::u16string* IniFile::Find(const char16_t* section, const char16_t* name) const {
+    const auto found = m_sections.find(CaselessName(section));
+    if (found == m_sections.end()) return nullptr;
+    const auto value = found->second.find(CaselessName(name));
+    return value != found->second.end() ? &value->second : nullptr;
+}
+
+bool IniFile::HasValue(const char16_t* section, const char16_t* name) const {
+    return Find(section, name) != nullptr;
+}
+
+std::vector<std::u16string> IniFile::GetSections() const {
+    std::vector<std::u16string> names;
+    for (const auto& [name, values] : m_sections) names.push_back(name.Spelling());
+    return names;
+}
+
+// A section is below a path if it is so with a separator behind each.
+std::vector<std::u16string> IniFile::GetSectionsUnder(const char16_t* path) const {
+    std::vector<std::u16string> names;
+    if (const auto self = m_sections.find(CaselessName(path));
+        self != m_sections.end() && self->first.Spelling() == path) {
+        names.emplace_back(path);
+    }
+    VisitSections(m_sections, WithSeparator(path),
+                  [&](const std::u16string& name) { names.push_back(name); });
+    return names;
+}
+
+bool IniFile::HasSection(const char16_t* path) const {
+    return m_sections.contains(CaselessName(path)) || !GetSectionsUnder(path).empty();
+}
+
+// --- Iterators -----------------------------------------------------------------------------------
+
+std::u16string IniFileNameIterator::Next() {
+    if (!HasNext()) throw EKXCoreException{KX_ERROR_HANDLE_EOF};
+    return m_names[m_current++];
+}
+
+IniFileSetIterator::IniFileSetIterator(IniFile& file, const char16_t* path)
+    : IniFileNameIterator(path) {
+    IniFile::Turn turn(file);
+    const std::u16string prefix = WithSeparator(path);
+    std::set<std::u16string> children;
+    VisitSections(file.Image(), prefix, [&](const std::u16string& name) {
+        children.insert(
+            name.substr(prefix.size(), name.find(kSeparator, prefix.size()) - prefix.size()));
+    });
+    m_names.assign(children.begin(), children.end());
+    turn.End();
+}
+
+IniFileKeyIterator::IniFileKeyIterator(IniFile& file, const char16_t* section)
+    : IniFileNameIterator(section) {
+    IniFile::Turn turn(file);
+    const auto found = file.Image().find(CaselessName(section));
+    if (found != file.Image().end()) {
+        for (const auto& [name, text] : found->second) m_names.push_back(name.Spelling());
+    } else if (!file.HasSection(section)) {
+        throw EKXCoreException{KX_ERROR_FILE_NOT_FOUND};
+    }
+    turn.End();
+}
