@@ -1,0 +1,7 @@
+#include "support/text_mode.h"
+
+namespace kx::test {
+
+const bool kTextModeHasCarriageReturns = false;
+
+}  // namespace kx::test
