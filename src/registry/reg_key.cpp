@@ -131,7 +131,8 @@ std::u16string CRegKey::NextValue() {
 
 void CRegKey::CopyValueTo(const std::u16string& valueName, CRegKey& destination) {
     constexpr std::uint32_t kMost = 2048;
-    alignas(std::uint64_t) unsigned char data[kMost];
+    // Text that was stored without its terminator finds one here, also the longest.
+    alignas(std::uint64_t) unsigned char data[kMost + sizeof(char16_t)] = {};
     std::uint32_t length = kMost;
     std::uint32_t type = 0;
     if (GetValue(valueName, &type, data, &length) < 0) return;
