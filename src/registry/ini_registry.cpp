@@ -30,6 +30,11 @@ constexpr const char16_t* kRootNames[] = {u"KX_HKEY_CLASSES", u"KX_HKEY_CONFIG",
                                           u"KX_HKEY_CLASSES_64", u"KX_HKEY_CONFIG_64"};
 static_assert(std::size(kRootNames) == KX_HKEY_CONFIG_64 + 1);
 
+// Not before Initialize and after Terminate, nor where the lock could not be made.
+bool HasLock() {
+    return s_pInitLock != 0 && s_pInitLock != KX_INVALID_HANDLE;
+}
+
 // What every function of the family is made of.
 template <typename Call>
 KXResult WithIniFile(Call&& call) {
@@ -91,15 +96,15 @@ KXResult Initialize() {
 
 KXResult Terminate() {
     delete std::exchange(s_pIniFile, nullptr);
-    const KXMutexHandle lock = std::exchange(s_pInitLock, 0);
-    if (lock != KX_INVALID_HANDLE) KXMutexDestroy(lock);
+    if (HasLock()) KXMutexDestroy(s_pInitLock);
+    s_pInitLock = 0;
     return KX_S_OK;
 }
 
 // The lock may not have been made: that shows here for the first time.
 void EnsureIniFile() {
     if (s_pIniFile != nullptr) return;
-    if (s_pInitLock == KX_INVALID_HANDLE) throw EKXCoreException{KX_E_FAIL};
+    if (!HasLock()) throw EKXCoreException{KX_E_FAIL};
     const core::ScopedLock lock(s_pInitLock);
     if (s_pIniFile != nullptr) return;
     s_iniPath = s_iniName;
