@@ -239,7 +239,9 @@ bool IniFile::HasSection(const char16_t* path) const {
 
 std::u16string IniFileNameIterator::Next() {
     if (!HasNext()) throw EKXCoreException{KX_ERROR_HANDLE_EOF};
-    return m_names[m_current++];
+    std::u16string name = m_names[m_current];
+    ++m_current;
+    return name;
 }
 
 IniFileSetIterator::IniFileSetIterator(IniFile& file, const char16_t* path)
