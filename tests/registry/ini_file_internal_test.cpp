@@ -14,6 +14,7 @@
 #include "support/failing_new.h"
 #include "support/files.h"
 #include "support/ini_image.h"
+#include "support/ini_lock.h"
 #include "support/locales.h"
 #include "support/results.h"
 #include "support/text_mode.h"
@@ -642,34 +643,6 @@ TEST_F(IniFileNames, AreTakenFromANewerFile) {
 
 // --- The lock ------------------------------------------------------------------------------------
 
-namespace {
-
-// The lock that all files share, held until it is let go.
-class Holding final {
-  public:
-    Holding() {
-        EXPECT_GE(KXNamedSemOpen("KXCore_IniFileLock", 1, &m_lock), 0);
-        EXPECT_RESULT(KX_S_OK, KXSemaphoreWait(m_lock));
-    }
-    ~Holding() {
-        LetGo();
-        EXPECT_RESULT(KX_S_OK, KXNamedSemClose(m_lock));
-    }
-    Holding(const Holding&) = delete;
-    Holding& operator=(const Holding&) = delete;
-
-    void LetGo() {
-        if (!std::exchange(m_holds, false)) return;
-        EXPECT_RESULT(KX_S_OK, KXSemaphorePost(m_lock));
-    }
-
-  private:
-    KXSemaphoreHandle m_lock = KX_INVALID_HANDLE;
-    bool m_holds = true;
-};
-
-}  // namespace
-
 TEST_F(IniFileLock, IsWaitedForByEveryOperation) {
     const auto file = Open("[s]\nk=1\n\n[s\\t]\n\n");
     const std::function<void()> operations[] = {
@@ -680,7 +653,7 @@ TEST_F(IniFileLock, IsWaitedForByEveryOperation) {
         [&] { EXPECT_EQ((Names{u"k"}), AllOf(IniFileKeyIterator(*file, u"s"))); },
     };
     for (const auto& operation : operations) {
-        Holding lock;
+        HeldIniLock lock;
         WaitingThread thread(operation);
         thread.WaitUntilAsleep();
         lock.LetGo();
@@ -736,7 +709,7 @@ TEST_F(IniFileLock, IsGivenBackWhenMemoryIsExhausted) {
                 EXPECT_RESULT(KX_E_OUTOFMEMORY, exception.result) << "of the lock";
             }
             // Would wait for ever.
-            const Holding lock;
+            const HeldIniLock lock;
         }
     }
     EXPECT_EQ(u"text of some length",
