@@ -275,7 +275,7 @@ TEST_F(PosixIniFile, OthersWaitForAKilledHolderAsLongAsTheLockIsOpenAnywhere) {
 // Tests that run beside this one have the lock open now and then: then it is put right, and the
 // holder is killed once more.
 TEST_F(PosixIniFile, WhenNobodyHasTheLockOpenAKilledHolderIsForgotten) {
-    constexpr int kMostTries = 100;
+    constexpr int kMostTries = 1000;
     for (int i = 0; i < kMostTries; ++i) {
         ChildProcess holder = Holder();
         MarkLock();
