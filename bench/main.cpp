@@ -46,11 +46,12 @@ bool Run(const Options& options) {
     bench::RegisterWaitables(report);
     bench::RegisterReaderWriterLocks(report);
     bench::RegisterMemory(report);
-    bench::RegisterRegistry(report, registry.Directory().Path());
+    const auto files = options.files.empty() ? registry.Directory().Path() : options.files;
+    bench::RegisterRegistry(report, registry.Directory().Path(), files, options.quick);
+    bench::RegisterIni(report, files, options.quick);
     bench::RegisterComponents(report);
     bench::RegisterText(report);
     bench::RegisterEncoding(report);
-    const auto files = options.files.empty() ? registry.Directory().Path() : options.files;
     bench::RegisterFiles(report, files, options.quick);
     bench::RegisterNamed(report);
     benchmark::RunSpecifiedBenchmarks(&report);

@@ -1,4 +1,5 @@
 #include <benchmark/benchmark.h>
+#include <dlfcn.h>
 #include <glib.h>
 #include <kxcore7/registry.h>
 #include <sqlite3.h>
@@ -10,9 +11,13 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "report.h"
+#include "rows.h"
 #include "subjects.h"
+#include "support/environment.h"
 
 namespace bench {
 namespace {
@@ -85,7 +90,16 @@ class BareDatabase final {
         m_insert = Prepare(
             "INSERT INTO vals (key, name, type, data) VALUES (?1, ?2, ?3, ?4)"
             " ON CONFLICT (key, name) DO UPDATE SET type = ?3, data = ?4");
-        Fill(*this);
+        m_walk = Prepare("SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY name");
+        m_delete = Prepare("DELETE FROM vals WHERE key = ?1 AND name = ?2");
+    }
+
+    // What part() writes is one transaction, which is the quick way to fill a table.
+    template <typename Part>
+    void InOne(Part part) {
+        Execute("BEGIN");
+        part();
+        Execute("COMMIT");
     }
 
     void Set(const std::string& key, const std::string& name, const std::string& text) {
@@ -111,6 +125,25 @@ class BareDatabase final {
         }
         sqlite3_reset(statement);
         return found;
+    }
+    // The values that a key has.
+    int Walk(const std::string& key) {
+        sqlite3_stmt* const statement = m_walk.get();
+        sqlite3_bind_text64(statement, 1, key.data(), key.size(), SQLITE_STATIC, SQLITE_UTF8);
+        int count = 0;
+        for (; sqlite3_step(statement) == SQLITE_ROW; ++count) {
+            benchmark::DoNotOptimize(sqlite3_column_text16(statement, 0));
+            benchmark::DoNotOptimize(sqlite3_column_blob(statement, 2));
+        }
+        sqlite3_reset(statement);
+        return count;
+    }
+    bool Delete(const std::string& key, const std::string& name) {
+        sqlite3_stmt* const statement = m_delete.get();
+        BindNames(statement, key, name);
+        const bool done = sqlite3_step(statement) == SQLITE_DONE;
+        sqlite3_reset(statement);
+        return done && sqlite3_changes(m_database.get()) == 1;
     }
 
   private:
@@ -140,6 +173,8 @@ class BareDatabase final {
     std::unique_ptr<sqlite3, CloseDatabase> m_database;
     Statement m_select;
     Statement m_insert;
+    Statement m_walk;
+    Statement m_delete;
 };
 
 struct FreeKeyFile {
@@ -148,7 +183,7 @@ struct FreeKeyFile {
 
 class KeyFile final {
   public:
-    explicit KeyFile(const std::filesystem::path& file) : m_path(file) { Fill(*this); }
+    explicit KeyFile(const std::filesystem::path& file) : m_path(file) {}
 
     void Set(const std::string& key, const std::string& name, const std::string& text) {
         g_key_file_set_string(m_file.get(), key.c_str(), name.c_str(), text.c_str());
@@ -159,6 +194,16 @@ class KeyFile final {
         benchmark::DoNotOptimize(text);
         g_free(text);
         return text != nullptr;
+    }
+    int Walk(const std::string& key) {
+        gsize count = 0;
+        gchar** const names = g_key_file_get_keys(m_file.get(), key.c_str(), &count, nullptr);
+        for (gsize i = 0; i < count; ++i) Read(key, names[i]);
+        g_strfreev(names);
+        return static_cast<int>(count);
+    }
+    bool Delete(const std::string& key, const std::string& name) {
+        return g_key_file_remove_key(m_file.get(), key.c_str(), name.c_str(), nullptr) != FALSE;
     }
 
   private:
@@ -228,12 +273,276 @@ void KeyFileWrite(benchmark::State& state, KeyFile& file) {
     if (!done) Fail(state, "the key file can't be written");
 }
 
+// --- Stores of many values -----------------------------------------------------------------------
+
+// A value, in the letters of every store.
+struct Place {
+    explicit Place(std::size_t number)
+        : key("Program" + std::to_string(number / kValuesPerKey) + "\\Settings"),
+          name("Value" + std::to_string(number % kValuesPerKey)),
+          wideKey(Widen(key)),
+          wideName(Widen(name)) {}
+
+    std::string key;
+    std::string name;
+    std::u16string wideKey;
+    std::u16string wideName;
+};
+
+// Values from everywhere in a store, in an order without a pattern: more of them than fit into
+// anybody's cache of a large store.
+class Round final {
+  public:
+    explicit Round(std::size_t size) {
+        constexpr std::size_t kPlaces = 4096;
+        std::uint64_t state = size;
+        for (std::size_t i = 0; i < kPlaces; ++i) {
+            state = state * 6364136223846793005u + 1442695040888963407u;
+            m_places.emplace_back((state >> 33) % size);
+        }
+    }
+    const Place& Next() { return m_places[m_next++ % m_places.size()]; }
+    // Changes from one round to the next, so that every write is a change.
+    std::size_t Turn() const { return m_next / m_places.size() % 2; }
+
+  private:
+    std::vector<Place> m_places;
+    std::size_t m_next = 0;
+};
+
+// Where its registry is, a library decides at its first use: each store has a copy of the library
+// to itself.
+class KxCopy final {
+  public:
+    explicit KxCopy(const std::filesystem::path& folder) {
+        std::filesystem::create_directory(folder);
+        const std::filesystem::path library = folder / "library.so";
+        std::filesystem::copy_file(BENCH_LIBRARY_PATH, library);
+        m_library.reset(dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL));
+        Require(m_library != nullptr, "a copy of the library can't be loaded");
+        Find("KXRegistryGetValue", &m_get);
+        Find("KXRegistrySetValue", &m_set);
+        Find("KXRegistryDeleteValue", &m_delete);
+        Find("KXRegistryOpenValueEnum", &m_open);
+        Find("KXRegistryEnumNextValue", &m_next);
+        Find("KXRegistryCloseEnum", &m_close);
+        const kx::test::ScopedEnvironment where("KX_REGISTRY_DIR", folder.string());
+        Require(Write(Place(0), Widen(kTexts[0])), "a value can't be stored");
+        Require(std::filesystem::exists(folder / "machine.db"), "a copy writes elsewhere");
+    }
+
+    template <typename Part>
+    void InOne(Part part) {
+        part();
+    }
+    bool Read(const Place& place) {
+        std::uint32_t type = 0;
+        char data[kRoom];
+        std::uint32_t length = kRoom;
+        const KXResult result = m_get(KX_HKEY_CLASSES, place.wideKey.c_str(),
+                                      place.wideName.c_str(), &type, data, &length);
+        benchmark::DoNotOptimize(data);
+        return result == 0;
+    }
+    bool Write(const Place& place, const std::u16string& text) {
+        return m_set(KX_HKEY_CLASSES, place.wideKey.c_str(), place.wideName.c_str(), KX_REG_SZ,
+                     text.c_str(), KxStore::Bytes(text)) == 0;
+    }
+    int Walk(const Place& place) {
+        KXRegistryEnumHandle handle = KX_INVALID_HANDLE;
+        if (m_open(KX_HKEY_CLASSES, place.wideKey.c_str(), &handle) != 0) return 0;
+        int count = 0;
+        while (Step(handle)) ++count;
+        m_close(handle);
+        return count;
+    }
+    bool Delete(const Place& place) {
+        return m_delete(KX_HKEY_CLASSES, place.wideKey.c_str(), place.wideName.c_str()) == 0;
+    }
+
+  private:
+    struct Unload {
+        void operator()(void* library) const { dlclose(library); }
+    };
+
+    template <typename Function>
+    void Find(const char* name, Function* function) {
+        *function = reinterpret_cast<Function>(dlsym(m_library.get(), name));
+        Require(*function != nullptr, name);
+    }
+    bool Step(KXRegistryEnumHandle handle) {
+        char16_t name[kRoom];
+        std::uint32_t nameLength = kRoom;
+        std::uint32_t type = 0;
+        char data[kRoom];
+        std::uint32_t length = kRoom;
+        const KXResult result = m_next(handle, name, &nameLength, &type, data, &length);
+        benchmark::DoNotOptimize(data);
+        return result == 0;
+    }
+
+    std::unique_ptr<void, Unload> m_library;
+    decltype(&KXRegistryGetValue) m_get = nullptr;
+    decltype(&KXRegistrySetValue) m_set = nullptr;
+    decltype(&KXRegistryDeleteValue) m_delete = nullptr;
+    decltype(&KXRegistryOpenValueEnum) m_open = nullptr;
+    decltype(&KXRegistryEnumNextValue) m_next = nullptr;
+    decltype(&KXRegistryCloseEnum) m_close = nullptr;
+};
+
+class BareStore final {
+  public:
+    explicit BareStore(const std::filesystem::path& file) : m_database(file) {}
+    template <typename Part>
+    void InOne(Part part) {
+        m_database.InOne(part);
+    }
+    bool Read(const Place& place) {
+        std::int64_t type = 0;
+        char data[kRoom];
+        const bool found = m_database.Read(place.key, place.name, &type, data);
+        benchmark::DoNotOptimize(data);
+        return found;
+    }
+    bool Write(const Place& place, const std::u16string& text) {
+        return m_database.Write(place.key, place.name, text);
+    }
+    int Walk(const Place& place) { return m_database.Walk(place.key); }
+    bool Delete(const Place& place) { return m_database.Delete(place.key, place.name); }
+
+  private:
+    BareDatabase m_database;
+};
+
+// It stays in memory: what a rewrite of the file costs is shown with few values.
+class KeyFileStore final {
+  public:
+    explicit KeyFileStore(const std::filesystem::path& file) : m_file(file) {}
+    template <typename Part>
+    void InOne(Part part) {
+        part();
+    }
+    bool Read(const Place& place) { return m_file.Read(place.key, place.name); }
+    bool Write(const Place& place, const std::u16string& text) {
+        m_file.Set(place.key, place.name, std::string(text.begin(), text.end()));
+        return true;
+    }
+    int Walk(const Place& place) { return m_file.Walk(place.key); }
+    bool Delete(const Place& place) { return m_file.Delete(place.key, place.name); }
+
+  private:
+    KeyFile m_file;
+};
+
+// A store of so many values, made when the first benchmark asks for it.
+template <typename Store>
+class Large final {
+  public:
+    Large(std::filesystem::path place, std::size_t size)
+        : m_place(std::move(place)), m_round(size), m_size(size) {}
+
+    Store& Get() {
+        if (m_store == nullptr) m_store = Made();
+        return *m_store;
+    }
+    Round& Places() { return m_round; }
+
+  private:
+    std::unique_ptr<Store> Made() const {
+        auto store = std::make_unique<Store>(m_place);
+        const std::u16string text = Widen(kTexts[0]);
+        store->InOne([&] {
+            for (std::size_t i = 0; i < m_size; ++i) {
+                Require(store->Write(Place(i), text), "a store can't be filled");
+            }
+        });
+        return store;
+    }
+
+    const std::filesystem::path m_place;
+    Round m_round;
+    const std::size_t m_size;
+    std::unique_ptr<Store> m_store;
+};
+
+template <typename Store, typename Work>
+auto Measured(std::shared_ptr<Large<Store>> large, Work work) {
+    return [large, work](const std::string& name) {
+        benchmark::RegisterBenchmark(name.c_str(), [large, work](benchmark::State& state) {
+            Store& store = large->Get();
+            Round& places = large->Places();
+            bool done = true;
+            for (auto _ : state) {
+                const std::size_t turn = places.Turn();
+                done &= work(store, places.Next(), turn);
+            }
+            if (!done) Fail(state, "a call to a store fails");
+        });
+    };
+}
+
+struct Stores {
+    Stores(const std::filesystem::path& folder, std::size_t size)
+        : label(", " + std::to_string(size) + " values"),
+          kx(std::make_shared<Large<KxCopy>>(folder / ("kx" + std::to_string(size)), size)),
+          bare(std::make_shared<Large<BareStore>>(folder / ("bare" + std::to_string(size)), size)),
+          keyFile(std::make_shared<Large<KeyFileStore>>(folder / "none", size)) {}
+
+    const std::string label;
+    const std::shared_ptr<Large<KxCopy>> kx;
+    const std::shared_ptr<Large<BareStore>> bare;
+    const std::shared_ptr<Large<KeyFileStore>> keyFile;
+};
+
+template <typename Work>
+void AddLarge(Report& report, const std::string& what, const Stores& stores, const char* statement,
+              Work work) {
+    Rows(what + stores.label)
+        .Own(Measured(stores.kx, work))
+        .Peer(statement, Measured(stores.bare, work))
+        .Aside("GLib GKeyFile (in memory)", Measured(stores.keyFile, work))
+        .AddTo(report);
+}
+
+void RegisterLarge(Report& report, const std::filesystem::path& folder,
+                   const std::vector<std::size_t>& sizes) {
+    const std::array<std::u16string, 2> texts = {Widen(kTexts[1]), Widen(kTexts[0])};
+    const std::string read = "registry read";
+    for (const std::size_t size : sizes) {
+        const Stores stores(folder, size);
+        AddLarge(report, read, stores, "bare SQLite SELECT",
+                 [](auto& store, const Place& place, std::size_t) { return store.Read(place); });
+        AddLarge(report, "registry write", stores, "bare SQLite INSERT",
+                 [texts](auto& store, const Place& place, std::size_t turn) {
+                     return store.Write(place, texts[turn]);
+                 });
+        AddLarge(report, "registry walk of 10", stores, "bare SQLite SELECT",
+                 [](auto& store, const Place& place, std::size_t) {
+                     return store.Walk(place) == kValuesPerKey;
+                 });
+        AddLarge(report, "registry delete + write", stores, "bare SQLite DELETE + INSERT",
+                 [texts](auto& store, const Place& place, std::size_t turn) {
+                     return store.Delete(place) && store.Write(place, texts[turn]);
+                 });
+    }
+    constexpr double kFlat = 1.5;
+    const auto few = Stores(folder, sizes.front()).label;
+    const auto many = Stores(folder, sizes.back()).label;
+    report.Add({.what = read + many,
+                .benchmark = read + many + "/kxcore7",
+                .peers = {{"the same" + few, read + few + "/kxcore7"}},
+                .wanted = kFlat});
+}
+
 }  // namespace
 
-void RegisterRegistry(Report& report, const std::filesystem::path& scratch) {
+void RegisterRegistry(Report& report, const std::filesystem::path& scratch,
+                      const std::filesystem::path& large, bool quick) {
     const KxStore filled;
     const auto database = std::make_shared<BareDatabase>(scratch / "bare.db");
+    Fill(*database);
     const auto file = std::make_shared<KeyFile>(scratch / "keyfile.ini");
+    Fill(*file);
     using benchmark::RegisterBenchmark;
     using benchmark::State;
     RegisterBenchmark("registry read/kxcore7", KxRead);
@@ -254,6 +563,9 @@ void RegisterRegistry(Report& report, const std::filesystem::path& scratch) {
                 .benchmark = "registry write/kxcore7",
                 .peers = {{"bare SQLite INSERT", "registry write/bare"}},
                 .asides = {{"GLib GKeyFile (rewrites whole file)", "registry write/keyfile"}}});
+    RegisterLarge(report, large,
+                  quick ? std::vector<std::size_t>{100, 1000, 10'000}
+                        : std::vector<std::size_t>{100, 10'000, 1'000'000});
 }
 
 }  // namespace bench

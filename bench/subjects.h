@@ -13,7 +13,11 @@ void RegisterWaitables(Report& report);
 void RegisterReaderWriterLocks(Report& report);
 void RegisterMemory(Report& report);
 // The peers' files are made in the scratch directory; the registry's own store is there by then.
-void RegisterRegistry(Report& report, const std::filesystem::path& scratch);
+// The stores of many values are made in the other one.
+void RegisterRegistry(Report& report, const std::filesystem::path& scratch,
+                      const std::filesystem::path& large, bool quick);
+// The files are made in the scratch directory.
+void RegisterIni(Report& report, const std::filesystem::path& scratch, bool quick);
 void RegisterComponents(Report& report);
 void RegisterText(Report& report);
 void RegisterEncoding(Report& report);
