@@ -84,13 +84,40 @@ std::string_view UserLocaleName() {
     return plain == "C" || plain == "POSIX" ? "en_US_POSIX" : plain;
 }
 
+// Whether ASCII text is itself in the locale, whatever stands beside it. What is asked here costs
+// less than a character by the runtime; encodings that are not named go by it all the way.
+bool AsciiIsItself() {
+    const std::string_view own = nl_langinfo(CODESET);
+    return own == "UTF-8" || own == "ANSI_X3.4-1968";
+}
+
+// The length of the ASCII text at the start of src, at most so many units; it is copied unless dst
+// is null.
+template <typename To, typename From>
+std::size_t CopyAscii(To* dst, const From* src, std::size_t most) {
+    std::size_t length = 0;
+    for (; length != most && src[length] > 0 && src[length] < 0x80; ++length) {
+        if (dst != nullptr) dst[length] = static_cast<To>(src[length]);
+    }
+    return length;
+}
+
 }  // namespace
 
 // The runtime converts a character at a time; its own whole-string calls work in 32-bit units.
 std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noexcept {
     std::mbstate_t state{};
+    const bool plain = AsciiIsItself();
     std::size_t left = std::strlen(src) + 1;
     for (std::size_t produced = 0;;) {
+        if (plain) {
+            const std::size_t copied = dst != nullptr
+                                           ? CopyAscii(dst + produced, src, count - produced)
+                                           : CopyAscii(dst, src, left);
+            produced += copied;
+            src += copied;
+            left -= copied;
+        }
         if (dst != nullptr && produced == count) return produced;
         wchar_t point = 0;
         const std::size_t consumed = std::mbrtowc(&point, src, left, &state);
@@ -109,7 +136,15 @@ std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noex
 
 std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noexcept {
     std::mbstate_t state{};
+    const bool plain = AsciiIsItself();
     for (std::size_t produced = 0;;) {
+        if (plain) {
+            const std::size_t copied = dst != nullptr
+                                           ? CopyAscii(dst + produced, src, count - produced)
+                                           : CopyAscii(dst, src, kConversionFailed);
+            produced += copied;
+            src += copied;
+        }
         if (dst != nullptr && produced == count) return produced;
         char bytes[MB_LEN_MAX];
         const wchar_t point = CharacterAt(src);
