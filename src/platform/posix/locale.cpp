@@ -119,6 +119,10 @@ std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noex
             left -= copied;
         }
         if (dst != nullptr && produced == count) return produced;
+        if (plain && *src == '\0') {
+            if (dst != nullptr) dst[produced] = u'\0';
+            return produced;
+        }
         wchar_t point = 0;
         const std::size_t consumed = std::mbrtowc(&point, src, left, &state);
         if (consumed > left) return kConversionFailed;
@@ -146,6 +150,10 @@ std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noex
             src += copied;
         }
         if (dst != nullptr && produced == count) return produced;
+        if (plain && *src == u'\0') {
+            if (dst != nullptr) dst[produced] = '\0';
+            return produced;
+        }
         char bytes[MB_LEN_MAX];
         const wchar_t point = CharacterAt(src);
         const std::size_t length = std::wcrtomb(bytes, point, &state);
