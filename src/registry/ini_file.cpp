@@ -1,10 +1,14 @@
 #include "registry/ini_file.h"
 
 #include <kxcore7/character.h>
+#include <kxcore7/conversion.h>
 #include <kxcore7/str.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <set>
@@ -17,7 +21,6 @@
 using namespace kx;
 using core::NarrowFromWide;
 using core::ThrowIfFailed;
-using core::WideFromNarrow;
 
 namespace {
 
@@ -43,21 +46,24 @@ class Lines final {
         const auto first = static_cast<signed char>(m_line[0]);
         return first == 0 || (first > 0 && std::isspace(first) != 0);
     }
-    std::u16string Wide() const { return WideFromNarrow(m_line); }
+    // Empty if it does not convert. Good until the next one is read, or asked for.
+    std::u16string_view Wide() { return {m_wide, KXAnsiToWstring(m_wide, m_line, kMost)}; }
 
   private:
-    // What one read asks for: a byte less of the line, and the terminator.
+    // What one read asks for: a byte less of the line, and the terminator. No character has more
+    // units than bytes.
     static constexpr int kMost = 511;
 
     std::FILE* const m_file;
     char m_line[kMost + 1];
+    char16_t m_wide[kMost + 1];
 };
 
 // Between the bracket that begins the line and the last one that ends a name.
-std::optional<std::u16string> SectionNameIn(const std::u16string& line) {
+std::optional<std::u16string> SectionNameIn(std::u16string_view line) {
     const std::size_t end = line.rfind(u']');
-    if (end == std::u16string::npos) return std::nullopt;
-    return line.substr(1, end - 1);
+    if (end == std::u16string_view::npos) return std::nullopt;
+    return std::u16string(line.substr(1, end - 1));
 }
 
 // Blanks at both ends go, unless there is nothing else.
@@ -69,15 +75,18 @@ std::u16string_view TrimSpaces(std::u16string_view text) {
 
 // Of a name that comes twice the first spelling and the last text stay. The last character is taken
 // for the end of the line, also where it is none: such a line is the file's last or a piece of one.
+// What comes next in a file most often belongs behind what came last.
 bool ReadValues(Lines& lines, IniFile::Values* values) {
+    auto place = values->end();
     while (lines.Next() && !lines.EndsSection()) {
-        std::u16string line = lines.Wide();
-        if (!line.empty()) line.pop_back();
+        std::u16string_view line = lines.Wide();
+        if (!line.empty()) line.remove_suffix(1);
         const std::size_t divider = line.find(u'=');
-        if (divider == std::u16string::npos) return false;
-        const std::u16string_view whole = line;
-        values->insert_or_assign(CaselessName(TrimSpaces(whole.substr(0, divider))),
-                                 std::u16string(TrimSpaces(whole.substr(divider + 1))));
+        if (divider == std::u16string_view::npos) return false;
+        const auto added =
+            values->insert_or_assign(place, std::u16string(TrimSpaces(line.substr(0, divider))),
+                                     TrimSpaces(line.substr(divider + 1)));
+        place = std::next(added);
     }
     return true;
 }
@@ -92,10 +101,33 @@ std::string Narrow(const std::u16string& text) {
 void WriteSection(const std::u16string& name, const IniFile::Values& values, std::FILE* file) {
     std::string out = '[' + Narrow(name) + "]\n";
     for (const auto& [valueName, text] : values) {
-        out += Narrow(valueName.Spelling()) + '=' + Narrow(text) + '\n';
+        out += Narrow(valueName);
+        out += '=';
+        out += Narrow(text);
+        out += '\n';
     }
     out += '\n';
     std::fwrite(out.data(), 1, out.size(), file);
+}
+
+// --- Names ---------------------------------------------------------------------------------------
+
+char16_t Folded(char16_t unit) {
+    return static_cast<char16_t>(KXToLowerW(unit));
+}
+
+// Where two names part, case aside. What begins alike is spelled alike, for the most part, and goes
+// by in steps of several units.
+std::size_t CommonLength(std::u16string_view left, std::u16string_view right) {
+    constexpr std::size_t kStep = 4;
+    const std::size_t most = std::min(left.size(), right.size());
+    std::size_t at = 0;
+    while (most - at >= kStep &&
+           std::memcmp(&left[at], &right[at], kStep * sizeof(char16_t)) == 0) {
+        at += kStep;
+    }
+    while (at != most && (left[at] == right[at] || Folded(left[at]) == Folded(right[at]))) ++at;
+    return at;
 }
 
 // --- Paths ---------------------------------------------------------------------------------------
@@ -110,18 +142,18 @@ std::u16string WithSeparator(std::u16string_view path) {
 // together, and behind whatever they begin with: folding keeps lengths and beginnings.
 template <typename Visit>
 void VisitSections(const IniFile::Sections& sections, const std::u16string& prefix, Visit visit) {
-    const CaselessName start(prefix);
-    for (auto at = sections.lower_bound(start); at != sections.end(); ++at) {
-        if (!at->first.Folded().starts_with(start.Folded())) return;
-        if (at->first.Spelling().starts_with(prefix)) visit(at->first.Spelling());
+    for (auto at = sections.lower_bound(prefix); at != sections.end(); ++at) {
+        if (CommonLength(at->first, prefix) != prefix.size()) return;
+        if (at->first.starts_with(prefix)) visit(at->first);
     }
 }
 
 }  // namespace
 
-CaselessName::CaselessName(std::u16string_view spelling)
-    : m_spelling(spelling), m_folded(spelling) {
-    for (char16_t& unit : m_folded) unit = static_cast<char16_t>(KXToLowerW(unit));
+bool NoCaseLess::operator()(std::u16string_view left, std::u16string_view right) const {
+    const std::size_t common = CommonLength(left, right);
+    if (common == left.size() || common == right.size()) return left.size() < right.size();
+    return Folded(left[common]) < Folded(right[common]);
 }
 
 // --- IniFile -------------------------------------------------------------------------------------
@@ -150,12 +182,13 @@ int IniFile::Load() {
     const Stream file(platform::OpenTextToRead(Narrow(m_path).c_str()));
     if (file == nullptr) return 0;
     Lines lines(file.get());
+    auto place = m_sections.end();
     while (lines.Next()) {
         if (!lines.IsHeader()) continue;
-        const std::optional<std::u16string> name = SectionNameIn(lines.Wide());
+        std::optional<std::u16string> name = SectionNameIn(lines.Wide());
         Values values;
         if (!name || !ReadValues(lines, &values)) break;
-        m_sections.insert_or_assign(CaselessName(*name), std::move(values));
+        place = std::next(m_sections.insert_or_assign(place, std::move(*name), std::move(values)));
     }
     return 0;
 }
@@ -167,7 +200,7 @@ int IniFile::Save(const char16_t* path) {
     const Stream file(platform::OpenTextToWrite(narrow.c_str()));
     if (file == nullptr) return 1;
     for (const auto& [name, values] : m_sections) {
-        WriteSection(name.Spelling(), values, file.get());
+        WriteSection(name, values, file.get());
     }
     platform::QueryWriteTime(file.get(), &m_lastModified);
     return 0;
@@ -185,7 +218,7 @@ int IniFile::SetValue(const char16_t* section, const char16_t* name, const char1
     Turn turn(*this);
     int result = -1;
     if (overwrite || !HasValue(section, name)) {
-        m_sections[CaselessName(section)].insert_or_assign(CaselessName(name), text);
+        m_sections[section].insert_or_assign(name, text);
         Save(nullptr);
         result = 0;
     }
@@ -203,9 +236,9 @@ KXResult IniFile::GetValue(const char16_t* section, const char16_t* name, char16
 }
 
 const std::u16string* IniFile::Find(const char16_t* section, const char16_t* name) const {
-    const auto found = m_sections.find(CaselessName(section));
+    const auto found = m_sections.find(std::u16string_view(section));
     if (found == m_sections.end()) return nullptr;
-    const auto value = found->second.find(CaselessName(name));
+    const auto value = found->second.find(std::u16string_view(name));
     return value != found->second.end() ? &value->second : nullptr;
 }
 
@@ -215,15 +248,15 @@ bool IniFile::HasValue(const char16_t* section, const char16_t* name) const {
 
 std::vector<std::u16string> IniFile::GetSections() const {
     std::vector<std::u16string> names;
-    for (const auto& [name, values] : m_sections) names.push_back(name.Spelling());
+    for (const auto& [name, values] : m_sections) names.push_back(name);
     return names;
 }
 
 // A section is below a path if it is so with a separator behind each.
 std::vector<std::u16string> IniFile::GetSectionsUnder(const char16_t* path) const {
     std::vector<std::u16string> names;
-    if (const auto self = m_sections.find(CaselessName(path));
-        self != m_sections.end() && self->first.Spelling() == path) {
+    if (const auto self = m_sections.find(std::u16string_view(path));
+        self != m_sections.end() && self->first == path) {
         names.emplace_back(path);
     }
     VisitSections(m_sections, WithSeparator(path),
@@ -232,7 +265,7 @@ std::vector<std::u16string> IniFile::GetSectionsUnder(const char16_t* path) cons
 }
 
 bool IniFile::HasSection(const char16_t* path) const {
-    return m_sections.contains(CaselessName(path)) || !GetSectionsUnder(path).empty();
+    return m_sections.contains(std::u16string_view(path)) || !GetSectionsUnder(path).empty();
 }
 
 // --- Iterators -----------------------------------------------------------------------------------
@@ -260,9 +293,9 @@ IniFileSetIterator::IniFileSetIterator(IniFile& file, const char16_t* path)
 IniFileKeyIterator::IniFileKeyIterator(IniFile& file, const char16_t* section)
     : IniFileNameIterator(section) {
     IniFile::Turn turn(file);
-    const auto found = file.Image().find(CaselessName(section));
+    const auto found = file.Image().find(std::u16string_view(section));
     if (found != file.Image().end()) {
-        for (const auto& [name, text] : found->second) m_names.push_back(name.Spelling());
+        for (const auto& [name, text] : found->second) m_names.push_back(name);
     } else if (!file.HasSection(section)) {
         throw EKXCoreException{KX_ERROR_FILE_NOT_FOUND};
     }

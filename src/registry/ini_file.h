@@ -31,30 +31,17 @@
 
 #include "locks/handle.h"
 
-// A name as it is spelled, and as it compares: without case, by the process's locale.
-class CaselessName final {
-  public:
-    explicit CaselessName(std::u16string_view spelling);
-
-    const std::u16string& Spelling() const { return m_spelling; }
-    const std::u16string& Folded() const { return m_folded; }
-
-  private:
-    std::u16string m_spelling;
-    std::u16string m_folded;
-};
-
-// Unit by unit as unsigned numbers, the shorter first.
+// Names as they compare: without case, by the process's locale, unit by unit as unsigned numbers,
+// the shorter first.
 struct NoCaseLess {
-    bool operator()(const CaselessName& left, const CaselessName& right) const {
-        return left.Folded() < right.Folded();
-    }
+    using is_transparent = void;
+    bool operator()(std::u16string_view left, std::u16string_view right) const;
 };
 
 class IniFile {
   public:
-    using Values = std::map<CaselessName, std::u16string, NoCaseLess>;
-    using Sections = std::map<CaselessName, Values, NoCaseLess>;
+    using Values = std::map<std::u16string, std::u16string, NoCaseLess>;
+    using Sections = std::map<std::u16string, Values, NoCaseLess>;
 
     // Opens the lock and loads the file; null is the empty path. Throws if the lock can't be had.
     explicit IniFile(const char16_t* path);
