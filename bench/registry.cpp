@@ -310,8 +310,8 @@ class Round final {
     std::size_t m_next = 0;
 };
 
-// Where its registry is, a library decides at its first use: each store has a copy of the library
-// to itself.
+// Where its registry is, a library decides at its first write and its first read: each store has a
+// copy of the library to itself.
 class KxCopy final {
   public:
     explicit KxCopy(const std::filesystem::path& folder) {
@@ -328,6 +328,7 @@ class KxCopy final {
         Find("KXRegistryCloseEnum", &m_close);
         const kx::test::ScopedEnvironment where("KX_REGISTRY_DIR", folder.string());
         Require(Write(Place(0), Widen(kTexts[0])), "a value can't be stored");
+        Require(Read(Place(0)), "a value that was stored can't be read");
         Require(std::filesystem::exists(folder / "machine.db"), "a copy writes elsewhere");
     }
 
