@@ -476,10 +476,20 @@ TEST_F(SharedFiles, ASweepClearsWhatNobodyHoldsAndNothingElse) {
 
 TEST_F(SharedFiles, WhoMakesAnObjectSweeps) {
     Plant("left by a killed process");
-    const std::string other = m_name + "'s other";
-    ObjectWorker worker({"sem", other, "0"});
+    ObjectWorker worker({"sem", m_name + "'s other", "0", "hold"});
     worker.ExpectLine(KX_S_OK);
-    worker.ExpectSuccess();
+    EXPECT_FALSE(Exists(m_semaphorePath));
+    worker.Kill();
+    SweepSharedObjects();
+    EXPECT_FALSE(Exists(PathOf(m_systemName + "'s other")));
+}
+
+TEST_F(SharedFiles, WhoGivesAnObjectBackSweeps) {
+    const NamedSemaphore other(m_name + "'s other");
+    Plant("left by a killed process");
+    ObjectWorker worker({"sem", m_name + "'s other", "0", "drop", "hold"});
+    worker.ExpectLine(KX_S_OK);
+    worker.ExpectLine(KX_S_OK);
     EXPECT_FALSE(Exists(m_semaphorePath));
 }
 
@@ -727,6 +737,33 @@ TEST_F(SharedFiles, WhoOpensWhileASweepPassesHasTheObjectThatOthersFind) {
             const NamedSemaphore mine(m_name, 2);
             ASSERT_EQ(7, Drain(mine)) << "from step " << at / 2 << " for " << length;
         }
+    }
+}
+
+// Somebody waits already for the one who makes it: an object half made is not joined.
+TEST_F(SharedFiles, WhoWaitsForAMakerThatIsKilledHasAWholeObject) {
+    constexpr int kMostSteps = 40;
+    for (int at = 0; at < kMostSteps; ++at) {
+        SteppedProcess process([&] {
+            KXSemaphoreHandle semaphore = 0;
+            KXNamedSemOpen(m_name.c_str(), 7, &semaphore);
+        });
+        if (!process.Runs()) GTEST_SKIP() << "processes can't be traced here";
+        for (int i = 0; i < at && process.Step(StepOf::systemCall); ++i) {
+        }
+        std::atomic<bool> opened{false};
+        const std::ptrdiff_t before = OpenDescriptors();
+        std::thread opener([&] {
+            const NamedSemaphore mine(m_name, 2);
+            opened = true;
+            const int count = Drain(mine);
+            EXPECT_TRUE(count == 2 || count == 7) << count << ", killed at " << at;
+        });
+        while (!opened && OpenDescriptors() == before) std::this_thread::yield();
+        process.Kill();
+        opener.join();
+        SweepSharedObjects();
+        EXPECT_FALSE(Exists(m_semaphorePath)) << "killed at " << at;
     }
 }
 
