@@ -12,9 +12,9 @@ namespace kx::test {
 inline std::u16string ImageOf(const IniFile& file) {
     std::u16string out;
     for (const auto& [section, values] : file.Image()) {
-        out.append(u"[").append(section.Spelling()).append(u"]");
+        out.append(u"[").append(section).append(u"]");
         for (const auto& [name, text] : values) {
-            out.append(u"{").append(name.Spelling()).append(u"|").append(text).append(u"}");
+            out.append(u"{").append(name).append(u"|").append(text).append(u"}");
         }
     }
     return out;
