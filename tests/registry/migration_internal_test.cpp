@@ -306,8 +306,10 @@ TEST_F(Migration, ThatRunsOutOfMemoryEndsWithNothingHeld) {
 
 // The buffer that data go through has room for no terminator behind the longest of them.
 TEST_F(Migration, TextThatWasStoredWithoutItsTerminatorEndsWhereItsBytesDo) {
-    const std::u16string longest(1024, u'x');
-    SetBytes(u"Kx", u"a", KX_REG_SZ, BytesOfUnits(longest));
+    // What stands behind is no terminator: Windows would take that along.
+    const std::u16string longer(1025, u'x');
+    EXPECT_RESULT(KX_S_OK,
+                  KXRegistrySetValue(KX_HKEY_CONFIG, u"Kx", u"a", KX_REG_SZ, longer.c_str(), 2048));
     SetBytes(u"Kx", u"b", KX_REG_SZ, BytesOfUnits(u"some text").substr(0, 8));
     SetBytes(u"Kx", u"c", KX_REG_SZ, "");
     EXPECT_RESULT(KX_S_OK, Migrate(kNative, kIni));
