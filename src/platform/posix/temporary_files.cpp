@@ -7,6 +7,7 @@
 #include <atomic>
 #include <climits>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -60,10 +61,18 @@ class Table final {
     std::atomic<std::size_t> m_count{0};
 };
 
+// Made by the first such file. Not an object with a destructor of its own: files may be closed
+// behind those.
+std::atomic<Table*> g_files{nullptr};
+
 Table& Files() {
-    // Never destroyed: files may be closed behind static destructors.
-    static Table* const table = new Table;
-    return *table;
+    if (Table* const files = g_files.load(std::memory_order_acquire)) return *files;
+    auto fresh = std::make_unique<Table>();
+    Table* first = nullptr;
+    if (!g_files.compare_exchange_strong(first, fresh.get(), std::memory_order_acq_rel)) {
+        return *first;
+    }
+    return *fresh.release();
 }
 
 }  // namespace
@@ -82,11 +91,12 @@ bool KeepTemporaryFile(int descriptor, const std::string& path) {
 }
 
 void EndTemporaryFile(int descriptor) noexcept {
-    Files().Remove(descriptor);
+    if (Table* const files = g_files.load(std::memory_order_acquire)) files->Remove(descriptor);
 }
 
 void RemoveTemporaryFiles() noexcept {
-    Files().RemoveAll();
+    const std::unique_ptr<Table> files(g_files.exchange(nullptr, std::memory_order_acq_rel));
+    if (files != nullptr) files->RemoveAll();
 }
 
 }  // namespace kx::platform
