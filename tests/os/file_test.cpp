@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/actor.h"
+#include "support/child_process.h"
 #include "support/environment.h"
 #include "support/files.h"
 #include "support/wine.h"
@@ -305,6 +306,13 @@ TEST_F(FileOpen, TemporaryFilesWithoutAPathAreDifferentOnes) {
     EXPECT_RESULT(KX_S_OK, first.Result());
     EXPECT_RESULT(KX_S_OK, second.Result());
     EXPECT_EQ(2u, Entries());
+}
+
+TEST_F(FileOpen, ATemporaryFileThatIsNotClosedGoesWithItsProcess) {
+    kx::test::ChildProcess process(KXTEST_PROBE, {"temporary", Path("brief").string()});
+    EXPECT_EQ("there", process.ReadLine());
+    EXPECT_EQ(0, process.Wait());
+    EXPECT_FALSE(fs::exists(Path("brief")));
 }
 
 // --- Handles -------------------------------------------------------------------------------------

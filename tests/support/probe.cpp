@@ -7,6 +7,9 @@
 //   probe reports FILE NAME REPORTS LOCKS
 //                      prints "ready", waits for the file, and reports on so many locks so often,
 //                      all under one name
+//   probe temporary PATH   makes a temporary file, says whether it is there, and ends without
+//   closing
+//                      it
 //
 // and about encodings, whose initialisation is for the process:
 //
@@ -54,6 +57,13 @@ int ReportOften(const std::string& file, const char* name, int reports, int lock
 KXResult FindInAnotherCase() {
     KXRegistrySetValue(KX_HKEY_USER, u"\u00C4pfel", u"", KX_REG_SZ, u"x", 4);
     return KXRegistryGetValue(KX_HKEY_USER, u"\u00E4PFEL", u"", nullptr, nullptr, nullptr);
+}
+
+void LeaveTemporaryFile(const char* path) {
+    KXFileHandle file = KX_INVALID_HANDLE;
+    KXFileOpen(std::filesystem::path(path).u16string().c_str(), KX_FILE_WRITE | KX_FILE_TEMPORARY,
+               0, &file);
+    std::puts(std::filesystem::exists(path) ? "there" : "missing");
 }
 
 // What converting a letter gives; units becomes the number of wide units.
@@ -116,6 +126,8 @@ int main(int argc, char** argv) {
         std::printf("0x%08X\n", static_cast<unsigned>(FindInAnotherCase()));
     } else if (command == "report here" && argc == 3) {
         std::printf("0x%08X\n", static_cast<unsigned>(ReportHere(argv[2])));
+    } else if (command == "temporary" && argc == 3) {
+        LeaveTemporaryFile(argv[2]);
     } else if (command == "reports" && argc == 6) {
         return ReportOften(argv[2], argv[3], std::stoi(argv[4]), std::stoi(argv[5]));
     } else if (!AnswerAboutEncodings(command)) {
