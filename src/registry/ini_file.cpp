@@ -98,8 +98,10 @@ std::string Narrow(const std::u16string& text) {
     return NarrowFromWide(text.c_str());
 }
 
-void WriteSection(const std::u16string& name, const IniFile::Values& values, std::FILE* file) {
-    std::string out = '[' + Narrow(name) + "]\n";
+void AppendSection(const std::u16string& name, const IniFile::Values& values, std::string& out) {
+    out += '[';
+    out += Narrow(name);
+    out += "]\n";
     for (const auto& [valueName, text] : values) {
         out += Narrow(valueName);
         out += '=';
@@ -107,7 +109,6 @@ void WriteSection(const std::u16string& name, const IniFile::Values& values, std
         out += '\n';
     }
     out += '\n';
-    std::fwrite(out.data(), 1, out.size(), file);
 }
 
 // --- Names ---------------------------------------------------------------------------------------
@@ -197,11 +198,12 @@ int IniFile::Load() {
 // and then the next look reads the file back.
 int IniFile::Save(const char16_t* path) {
     const std::string narrow = NarrowFromWide(path != nullptr ? path : m_path.c_str());
+    // Whole before the file is cut: when memory is exhausted, that stays as it was.
+    std::string out;
+    for (const auto& [name, values] : m_sections) AppendSection(name, values, out);
     const Stream file(platform::OpenTextToWrite(narrow.c_str()));
     if (file == nullptr) return 1;
-    for (const auto& [name, values] : m_sections) {
-        WriteSection(name, values, file.get());
-    }
+    std::fwrite(out.data(), 1, out.size(), file.get());
     platform::QueryWriteTime(file.get(), &m_lastModified);
     return 0;
 }
