@@ -18,8 +18,11 @@
 #include "support/environment.h"
 #include "support/files.h"
 #include "support/posix/descriptors.h"
+#include "support/posix/fork.h"
 
+using kx::test::BecomeAnybody;
 using kx::test::File;
+using kx::test::InChild;
 using kx::test::kReadWrite;
 using kx::test::NothingStaysOpen;
 using kx::test::Store;
@@ -57,22 +60,6 @@ mode_t ModeOf(const fs::path& path) {
     struct stat status {};
     EXPECT_EQ(0, lstat(path.c_str(), &status));
     return status.st_mode & 07777;
-}
-
-// Runs a body in a fork of this process and gives what it returns.
-template <typename Body>
-int InChild(Body body) {
-    const pid_t child = fork();
-    if (child == 0) _exit(body());
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-// Takes this process's privileges away for good, if it has any.
-bool BecomeAnybody() {
-    constexpr uid_t kNobody = 65534;
-    return geteuid() != 0 || (setgid(kNobody) == 0 && setuid(kNobody) == 0);
 }
 
 std::vector<std::u16string> NamesIn(const fs::path& path) {

@@ -22,6 +22,7 @@
 #include "support/ini_registry.h"
 #include "support/locales.h"
 #include "support/posix/descriptors.h"
+#include "support/posix/fork.h"
 #include "support/scratch_registry.h"
 #include "support/waiting_thread.h"
 
@@ -59,22 +60,6 @@ class Limit final {
     const int m_resource;
     rlimit m_before{};
 };
-
-// Runs a body in a fork of this process, and gives what it returns.
-template <typename Body>
-int InChild(Body body) {
-    const pid_t child = fork();
-    if (child == 0) _exit(body());
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-// Takes this process's privileges away for good, if it has any.
-bool BecomeAnybody() {
-    constexpr uid_t kNobody = 65534;
-    return geteuid() != 0 || (setgid(kNobody) == 0 && setuid(kNobody) == 0);
-}
 
 }  // namespace
 
