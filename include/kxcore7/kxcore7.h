@@ -31,6 +31,7 @@
 #include "module.h"
 #include "mutex.h"
 #include "number.h"
+#include "process.h"
 #include "registry.h"
 #include "result.h"
 #include "rwlock.h"
@@ -40,6 +41,7 @@
 #include "str.h"
 #include "systeminfo.h"
 #include "textfile.h"
+#include "thread.h"
 #include "types.h"
 
 #endif

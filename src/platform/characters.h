@@ -30,6 +30,9 @@ int CompareFolded(const char16_t* a, const char16_t* b) noexcept;
 int CompareFolded(const char* a, const char* b, std::size_t count) noexcept;
 int CompareFolded(const char16_t* a, const char16_t* b, std::size_t count) noexcept;
 
+// The order of the locale, without regard to case.
+int CollateFolded(const char16_t* a, const char16_t* b);
+
 }  // namespace kx::platform
 
 #endif

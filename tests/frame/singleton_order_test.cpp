@@ -59,6 +59,8 @@ TEST(SingletonOrder, CreationIsForcedByWhoNeedsLocksAndStatistics) {
                   "create CKXLockStatManager::m_mutex 16 p",
                   "create CKXGlobalData::m_debugMutex 16 ps",
                   "create CKXModuleManager::m_setLock 0 psd",
+                  "create CKXProcessManager::m_setMutex 0 psdm",
+                  "create CKXThreadManager::m_mapMutex 0 psdm",
                   "create CKXFactoryManager::m_mapMutex 0 psdm",
               }),
               g_events);
@@ -72,6 +74,8 @@ TEST(SingletonOrder, DestructionIsNotItsReverse) {
     ASSERT_RESULT(KX_S_OK, kx::core::KXCoreTerm());
     EXPECT_EQ(std::vector<std::string>({
                   "destroy CKXFactoryManager::m_mapMutex psdmc",
+                  "destroy CKXThreadManager::m_mapMutex psdmc",
+                  "destroy CKXProcessManager::m_setMutex psdmc",
                   "destroy CKXModuleManager::m_setLock psdm",
                   "destroy CKXGlobalData::m_debugMutex psd",
                   "destroy CKXLockStatManager::m_mutex s",

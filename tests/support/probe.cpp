@@ -7,6 +7,10 @@
 //   probe reports FILE NAME REPORTS LOCKS
 //                      prints "ready", waits for the file, and reports on so many locks so often,
 //                      all under one name
+//   probe "threads grow"      by how many bytes threads, started and joined from eight at once,
+//   make
+//                      the process larger
+//   probe "threads at the end"   ends while threads do
 //   probe temporary PATH   makes a temporary file, says whether it is there, and ends without
 //   closing
 //                      it
@@ -23,8 +27,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/scratch_registry.h"
 
@@ -64,6 +70,48 @@ void LeaveTemporaryFile(const char* path) {
     KXFileOpen(std::filesystem::path(path).u16string().c_str(), KX_FILE_WRITE | KX_FILE_TEMPORARY,
                0, &file);
     std::puts(std::filesystem::exists(path) ? "there" : "missing");
+}
+
+std::uint32_t DoNothing(void*) {
+    return 0;
+}
+
+void JoinThreads(int count) {
+    for (; count > 0; --count) {
+        KXThreadHandle thread = 0;
+        std::uint32_t id = 0;
+        KXThreadCreate(DoNothing, nullptr, 0, 0, &thread, &id);
+        KXThreadJoin(thread, nullptr);
+    }
+}
+
+// The pages that the process has in memory, in bytes.
+long Resident() {
+    long all = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident * 4096;
+}
+
+void PrintGrowth() {
+    const auto run = [] {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i) threads.emplace_back(JoinThreads, 1250);
+        for (std::thread& thread : threads) thread.join();
+    };
+    run();
+    const long before = Resident();
+    run();
+    std::printf("%ld\n", Resident() - before);
+}
+
+void EndAmongThreads() {
+    for (int i = 0; i < 50; ++i) {
+        KXThreadHandle thread = 0;
+        std::uint32_t id = 0;
+        KXThreadCreate(DoNothing, nullptr, 0, 0, &thread, &id);
+        KXThreadDetach(thread);
+    }
 }
 
 // What converting a letter gives; units becomes the number of wide units.
@@ -126,6 +174,10 @@ int main(int argc, char** argv) {
         std::printf("0x%08X\n", static_cast<unsigned>(FindInAnotherCase()));
     } else if (command == "report here" && argc == 3) {
         std::printf("0x%08X\n", static_cast<unsigned>(ReportHere(argv[2])));
+    } else if (command == "threads grow") {
+        PrintGrowth();
+    } else if (command == "threads at the end") {
+        EndAmongThreads();
     } else if (command == "temporary" && argc == 3) {
         LeaveTemporaryFile(argv[2]);
     } else if (command == "reports" && argc == 6) {

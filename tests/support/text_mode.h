@@ -21,6 +21,9 @@ inline std::string OnDisk(const std::string& text) {
     return bytes;
 }
 
+// Takes text mode from the standard streams of this program.
+void LeaveBytesAlone();
+
 }  // namespace kx::test
 
 #endif

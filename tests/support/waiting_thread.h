@@ -14,8 +14,8 @@ namespace kx::test {
 // The system's number of the calling thread.
 std::uint32_t CurrentThread();
 
-// Returns when the thread sleeps in one of the library's waits, for an object, a lock or a file, or
-// has ended what it was to do; whether it sleeps.
+// Returns when the thread sleeps in one of the library's waits, for an object, a lock, a file, a
+// thread or a child, or has ended what it was to do; whether it sleeps.
 bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended);
 
 class WaitingThread final {

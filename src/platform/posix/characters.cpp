@@ -1,7 +1,9 @@
 #include "platform/characters.h"
 
 #include <cctype>
+#include <cwchar>
 #include <cwctype>
+#include <string>
 
 namespace kx::platform {
 namespace {
@@ -29,6 +31,13 @@ int CompareText(const Unit* a, const Unit* b, std::size_t count, int (*fold)(Uni
         if (difference != 0 || *a == 0) return difference;
     }
     return 0;
+}
+
+// A unit each: what is beyond 16 bits collates by its surrogates.
+std::wstring Folded(const char16_t* text) {
+    std::wstring folded;
+    for (; *text != 0; ++text) folded += static_cast<wchar_t>(std::towlower(*text));
+    return folded;
 }
 
 }  // namespace
@@ -90,6 +99,10 @@ int CompareFolded(const char16_t* a, const char16_t* b) noexcept {
 }
 int CompareFolded(const char16_t* a, const char16_t* b, std::size_t count) noexcept {
     return CompareText<char16_t>(a, b, count, [](char16_t unit) -> int { return ToLower(unit); });
+}
+
+int CollateFolded(const char16_t* a, const char16_t* b) {
+    return std::wcscoll(Folded(a).c_str(), Folded(b).c_str());
 }
 
 }  // namespace kx::platform

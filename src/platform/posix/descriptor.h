@@ -13,10 +13,15 @@ namespace kx::platform {
 class Descriptor final {
   public:
     Descriptor() = default;
+    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
     Descriptor(Descriptor&& other) noexcept : m_descriptor(other.Take()) {}
     ~Descriptor() { Close(); }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
 
     // Not for programs that are started, and not to become the terminal of this process; false with
     // errno.

@@ -15,6 +15,7 @@
 #include "platform/posix/descriptor.h"
 #include "platform/posix/error.h"
 #include "platform/posix/mappings.h"
+#include "platform/posix/paths.h"
 #include "platform/posix/temporary_files.h"
 #include "platform/posix/utf8.h"
 
@@ -351,9 +352,9 @@ NativeError ExpandPath(const char16_t* path, char16_t* out, std::uint32_t size) 
     std::u16string absolute = path;
     if (absolute.empty()) return kInvalidName;
     if (!absolute.starts_with(u'/')) {
-        char here[PATH_MAX];
-        if (getcwd(here, sizeof here) == nullptr) return NativeErrorFromErrno(errno);
-        absolute = WideFromPath(here) + u'/' + absolute;
+        std::string here;
+        if (!MakeAbsolute(&here)) return NativeErrorFromErrno(errno);
+        absolute = WideFromPath(here) + absolute;
     }
     const std::u16string whole = WithoutDots(absolute);
     if (whole.size() >= size) return kSuccess;

@@ -5,11 +5,12 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <climits>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <utility>
+
+#include "platform/posix/paths.h"
 
 namespace kx::platform {
 namespace {
@@ -79,11 +80,7 @@ Table& Files() {
 
 bool KeepTemporaryFile(int descriptor, const std::string& path) {
     std::string absolute = path;
-    if (!path.starts_with('/')) {
-        char here[PATH_MAX];
-        if (getcwd(here, sizeof here) == nullptr) return false;
-        absolute = std::string(here) + '/' + path;
-    }
+    if (!MakeAbsolute(&absolute)) return false;
     struct stat status {};
     if (fstat(descriptor, &status) != 0) return false;
     Files().Add(descriptor, {std::move(absolute), status.st_dev, status.st_ino, getpid()});

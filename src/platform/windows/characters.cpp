@@ -66,4 +66,8 @@ int CompareFolded(const char16_t* a, const char16_t* b, std::size_t count) noexc
     return _wcsnicmp(Native(a), Native(b), count);
 }
 
+int CollateFolded(const char16_t* a, const char16_t* b) {
+    return _wcsicoll(Native(a), Native(b));
+}
+
 }  // namespace kx::platform

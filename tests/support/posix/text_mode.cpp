@@ -4,4 +4,6 @@ namespace kx::test {
 
 const bool kTextModeHasCarriageReturns = false;
 
+void LeaveBytesAlone() {}
+
 }  // namespace kx::test

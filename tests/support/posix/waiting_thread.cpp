@@ -15,9 +15,10 @@ namespace kx::test {
 namespace {
 
 // How the library sleeps, for its own process's sake or for others', and nobody else in a test: the
-// C library's locks use other forms.
+// C library's locks use other forms. The last is how that waits for a thread's end.
 bool IsTheLibrarys(const FutexWait& wait) {
-    return wait.operation == FUTEX_WAIT_BITSET_PRIVATE || wait.operation == FUTEX_WAIT_BITSET;
+    return wait.operation == FUTEX_WAIT_BITSET_PRIVATE || wait.operation == FUTEX_WAIT_BITSET ||
+           wait.operation == (FUTEX_WAIT_BITSET | FUTEX_CLOCK_REALTIME);
 }
 
 std::string LineOf(std::uint32_t thread, const char* name) {
@@ -34,9 +35,13 @@ bool Sleeps(std::uint32_t thread) {
     return end != std::string::npos && line.compare(end, 4, ") S ") == 0;
 }
 
-// A lock on a file is the only thing that a thread sleeps for in this call.
-bool WaitsForFile(std::uint32_t thread) {
-    return Sleeps(thread) && LineOf(thread, "syscall").starts_with(std::to_string(SYS_fcntl) + ' ');
+bool SleepsIn(std::uint32_t thread, long call) {
+    return Sleeps(thread) && LineOf(thread, "syscall").starts_with(std::to_string(call) + ' ');
+}
+
+// A lock on a file, a child and itself are what a thread of the library's sleeps for otherwise.
+bool WaitsElsewhere(std::uint32_t thread) {
+    return SleepsIn(thread, SYS_fcntl) || SleepsIn(thread, SYS_poll) || SleepsIn(thread, SYS_pause);
 }
 
 }  // namespace
@@ -62,7 +67,7 @@ bool WaitUntilAsleep(std::uint32_t thread, const std::atomic<bool>& ended) {
     for (; !ended; std::this_thread::yield()) {
         const auto wait = FutexWaitOf(thread);
         if (wait && IsTheLibrarys(*wait)) return true;
-        if (WaitsForFile(thread)) return true;
+        if (WaitsElsewhere(thread)) return true;
     }
     return false;
 }

@@ -1,0 +1,107 @@
+#include <kxcore7/thread.h>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "support/child_process.h"
+#include "support/posix/descriptors.h"
+#include "support/results.h"
+
+namespace {
+
+KXThreadHandle Start(KXThreadRoutine routine, void* argument = nullptr) {
+    KXThreadHandle handle = 0;
+    std::uint32_t id = 0;
+    EXPECT_RESULT(KX_S_OK, KXThreadCreate(routine, argument, 0, 0, &handle, &id));
+    return handle;
+}
+
+std::size_t ThreadsOfThisProcess() {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    std::size_t count = 0;
+    while (status >> word && word != "Threads:") {
+    }
+    status >> count;
+    return count;
+}
+
+}  // namespace
+
+TEST(PosixThread, TheIdIsTheKernels) {
+    const auto ownId = [](void*) { return static_cast<std::uint32_t>(gettid()); };
+    const KXThreadHandle thread = Start(ownId);
+    std::uint32_t inside = 0;
+    EXPECT_RESULT(KX_S_OK, KXThreadJoin(thread, &inside));
+    EXPECT_EQ(inside, thread);
+}
+
+// It never came to the end of its routine, so the record stays.
+TEST(PosixThread, ThatEndsItselfIsJoinedWithItsCodeAndNeverForgotten) {
+    const auto exits = [](void*) -> std::uint32_t {
+        pthread_exit(reinterpret_cast<void*>(std::uintptr_t{0xC0FFEE01}));
+    };
+    const KXThreadHandle thread = Start(exits);
+    std::uint32_t exitCode = 0;
+    EXPECT_RESULT(KX_S_OK, KXThreadJoin(thread, &exitCode));
+    EXPECT_EQ(0xC0FFEE01u, exitCode);
+    EXPECT_EQ(0, KXThreadIsFinished(thread));
+    EXPECT_RESULT(0x80070006, KXThreadJoin(thread, nullptr));
+}
+
+TEST(PosixThread, AThreadThatTheSystemDoesNotGiveIsRefused) {
+    const kx::test::NothingStaysOpen open;
+    const std::size_t threads = ThreadsOfThisProcess();
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    const rlimit none{1 << 20, before.rlim_max};
+    KXThreadHandle handle = 0;
+    std::uint32_t id = 1;
+    setrlimit(RLIMIT_AS, &none);
+    const KXResult result =
+        KXThreadCreate([](void*) { return 0u; }, nullptr, 0, 0xFFFFFFFF, &handle, &id);
+    setrlimit(RLIMIT_AS, &before);
+    EXPECT_RESULT(KX_E_FAIL, result);
+    EXPECT_EQ(KX_INVALID_THREAD, handle);
+    EXPECT_EQ(0u, id);
+    EXPECT_EQ(threads, ThreadsOfThisProcess());
+}
+
+TEST(PosixThread, ManyLeaveNoDescriptorAndNoThread) {
+    const kx::test::NothingStaysOpen open;
+    const std::size_t threads = ThreadsOfThisProcess();
+    for (int i = 0; i < 500; ++i) {
+        const KXThreadHandle joined = Start([](void*) { return 0u; });
+        const KXThreadHandle detached = Start([](void*) { return 0u; });
+        EXPECT_RESULT(KX_S_OK, KXThreadDetach(detached));
+        EXPECT_RESULT(KX_S_OK, KXThreadJoin(joined, nullptr));
+        while (KXThreadIsFinished(detached) == 0) std::this_thread::yield();
+    }
+    // A joined thread may be in the kernel's list for a moment yet.
+    while (ThreadsOfThisProcess() > threads) std::this_thread::yield();
+}
+
+// In a process of its own, which has little else: threads are made from eight threads at once.
+TEST(PosixThread, TenThousandDoNotMakeTheProcessGrow) {
+    kx::test::ChildProcess probe(KXTEST_PROBE, {"threads grow"});
+    const long growth = std::stol(probe.ReadLine());
+    EXPECT_LT(growth, 8 << 20);
+    EXPECT_EQ(0, probe.Wait());
+}
+
+// Threads that are still there when the library goes down end as they like.
+TEST(PosixThread, MayEndWhileTheProcessDoes) {
+    for (int i = 0; i < 20; ++i) {
+        kx::test::ChildProcess probe(KXTEST_PROBE, {"threads at the end"});
+        EXPECT_EQ(0, probe.Wait());
+    }
+}
