@@ -6,6 +6,7 @@
 //   child exit CODE       ends with that code
 //   child copy            copies its input to its output
 //   child both            the same to its standard error as well
+//   child answer          answers each byte with the same, at once
 //   child wait            reads its input to the end
 //
 // Without a word it ends with 7.
@@ -27,6 +28,11 @@ int Copy(bool twice) {
     return 0;
 }
 
+int Answer() {
+    for (int byte = 0; (byte = std::getchar()) != EOF; std::fflush(stdout)) std::putchar(byte);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv, char** environment) {
@@ -36,6 +42,7 @@ int main(int argc, char** argv, char** environment) {
     if (command == "exit" && argc == 3) return static_cast<int>(std::strtoul(argv[2], nullptr, 0));
     if (command == "copy") return Copy(false);
     if (command == "both") return Copy(true);
+    if (command == "answer") return Answer();
     if (command == "wait") {
         while (std::getchar() != EOF) {
         }

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/posix/inheritance.h"
 #include "platform/posix/shared_object.h"
 
 namespace kx::platform {
@@ -29,7 +30,14 @@ class Mappings final {
     MappingHandle Add(Mapping&& mapping) {
         const std::lock_guard lock(m_lock);
         const MappingHandle handle = m_next;
-        m_mappings.emplace(handle, std::move(mapping));
+        const int descriptor = mapping.object.descriptor.Get();
+        ShareWithChildren(descriptor);
+        try {
+            m_mappings.emplace(handle, std::move(mapping));
+        } catch (...) {
+            KeepFromChildren(descriptor);
+            throw;
+        }
         ++m_next;
         return handle;
     }
@@ -37,6 +45,7 @@ class Mappings final {
     NativeError Close(MappingHandle handle) noexcept {
         auto mapping = Extract(m_mappings, handle);
         if (mapping.empty()) return kInvalidHandle;
+        KeepFromChildren(mapping.mapped().object.descriptor.Get());
         mapping.mapped().object.descriptor.Close();
         LeaveSharedObject(mapping.mapped().object.file);
         return kSuccess;

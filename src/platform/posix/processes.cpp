@@ -20,6 +20,7 @@
 #include "platform/posix/command_line.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/error.h"
+#include "platform/posix/inheritance.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/spawn.h"
 #include "platform/posix/utf8.h"
@@ -229,6 +230,8 @@ NativeError StartProcess(const ProcessRequest& request, ProcessHandle* process) 
             if (spawn.standard[i] < 0) return kInvalidHandle;
         }
     }
+    const SharedWithChildren inherited;
+    spawn.inherited = inherited.Get();
     Descriptor child;
     const NativeError error = ErrorOf(Spawn(spawn, &child));
     if (error == kSuccess) *process = static_cast<ProcessHandle>(child.Take());

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include "platform/posix/inheritance.h"
 #include "platform/waitables.h"
 
 namespace kx::platform {
@@ -69,10 +70,12 @@ bool SharedCount::Register() noexcept {
 SharedSemaphore::~SharedSemaphore() {
     if (m_count == nullptr) return;
     munmap(m_count, sizeof *m_count);
+    KeepFromChildren(m_descriptor.Get());
+    m_descriptor.Close();
     LeaveSharedObject(m_file);
 }
 
-NativeError SharedSemaphore::Open(std::string_view name, std::uint32_t count) noexcept {
+NativeError SharedSemaphore::Open(std::string_view name, std::uint32_t count) {
     SharedObject object;
     NativeError error = OpenSharedObject({.kind = SharedKind::semaphore,
                                           .name = name,
@@ -83,14 +86,16 @@ NativeError SharedSemaphore::Open(std::string_view name, std::uint32_t count) no
     if (error != kSuccess) return error;
     void* const data =
         object.size == sizeof(SharedCount) ? MapSharedData(object, true, &error) : nullptr;
-    if (data != nullptr) {
-        m_count = static_cast<SharedCount*>(data);
-        m_file = object.file;
-        return kSuccess;
+    if (data == nullptr) {
+        object.descriptor.Close();
+        LeaveSharedObject(object.file);
+        return error != kSuccess ? error : kInvalidHandle;
     }
-    object.descriptor.Close();
-    LeaveSharedObject(object.file);
-    return error != kSuccess ? error : kInvalidHandle;
+    m_count = static_cast<SharedCount*>(data);
+    m_file = object.file;
+    m_descriptor = std::move(object.descriptor);
+    ShareWithChildren(m_descriptor.Get());
+    return kSuccess;
 }
 
 }  // namespace kx::platform

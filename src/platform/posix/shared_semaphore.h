@@ -83,25 +83,29 @@ class SharedCount final {
     std::atomic<std::uint32_t> m_word;
 };
 
-// Holds a named one, or none. What is mapped holds it, and needs no descriptor.
+// Holds a named one, or none. What is mapped would hold it alone; the descriptor is there for
+// children to hold it, too.
 class SharedSemaphore final {
   public:
     SharedSemaphore() = default;
     SharedSemaphore(SharedSemaphore&& other) noexcept
-        : m_count(std::exchange(other.m_count, nullptr)), m_file(other.m_file) {}
+        : m_count(std::exchange(other.m_count, nullptr)),
+          m_file(other.m_file),
+          m_descriptor(std::move(other.m_descriptor)) {}
     ~SharedSemaphore();
     SharedSemaphore(const SharedSemaphore&) = delete;
     SharedSemaphore& operator=(const SharedSemaphore&) = delete;
 
     // Makes it with that count, or opens it. Once. kInvalidHandle for a name that belongs to
     // something else.
-    NativeError Open(std::string_view name, std::uint32_t count) noexcept;
+    NativeError Open(std::string_view name, std::uint32_t count);
 
     SharedCount& Count() noexcept { return *m_count; }
 
   private:
     SharedCount* m_count = nullptr;
     SharedFile m_file;
+    Descriptor m_descriptor;
 };
 
 }  // namespace kx::platform

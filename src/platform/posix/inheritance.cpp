@@ -1,0 +1,40 @@
+#include "platform/posix/inheritance.h"
+
+#include <mutex>
+#include <vector>
+
+namespace kx::platform {
+namespace {
+
+struct Descriptors {
+    std::shared_mutex lock;
+    std::vector<int> numbers;
+};
+
+// Never destroyed: objects may be closed until the process ends.
+Descriptors& TheDescriptors() {
+    static Descriptors& descriptors = *new Descriptors;
+    return descriptors;
+}
+
+}  // namespace
+
+void ShareWithChildren(int descriptor) {
+    Descriptors& all = TheDescriptors();
+    const std::lock_guard guard(all.lock);
+    all.numbers.push_back(descriptor);
+}
+
+void KeepFromChildren(int descriptor) noexcept {
+    Descriptors& all = TheDescriptors();
+    const std::lock_guard guard(all.lock);
+    std::erase(all.numbers, descriptor);
+}
+
+SharedWithChildren::SharedWithChildren() : m_lock(TheDescriptors().lock) {}
+
+std::span<const int> SharedWithChildren::Get() const {
+    return TheDescriptors().numbers;
+}
+
+}  // namespace kx::platform
