@@ -54,6 +54,7 @@ bool Run(const Options& options) {
     bench::RegisterEncoding(report);
     bench::RegisterFiles(report, files, options.quick);
     bench::RegisterNamed(report);
+    bench::RegisterProcesses(report, options.quick);
     benchmark::RunSpecifiedBenchmarks(&report);
     // They own the peers' open files, which are in the scratch directory.
     benchmark::ClearRegisteredBenchmarks();

@@ -24,6 +24,7 @@ void RegisterEncoding(Report& report);
 // The files that are read, written, copied and listed are made in the scratch directory.
 void RegisterFiles(Report& report, const std::filesystem::path& scratch, bool quick);
 void RegisterNamed(Report& report);
+void RegisterProcesses(Report& report, bool quick);
 
 }  // namespace bench
 

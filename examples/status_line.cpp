@@ -21,7 +21,14 @@ StatusLine::StatusLine(bool leave)
       m_next(m_start + kPatience) {}
 
 StatusLine::~StatusLine() {
-    if (m_width != 0) std::fprintf(stderr, "\r%*s\r", m_width, "");
+    Hide();
+}
+
+void StatusLine::Hide() {
+    if (m_width == 0) return;
+    std::fprintf(stderr, "\r%*s\r", m_width, "");
+    std::fflush(stderr);
+    m_width = 0;
 }
 
 bool StatusLine::IsDue() {

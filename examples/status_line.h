@@ -15,6 +15,9 @@ class StatusLine final {
     StatusLine(const StatusLine&) = delete;
     StatusLine& operator=(const StatusLine&) = delete;
 
+    // Takes the line away until it is shown again.
+    void Hide();
+
     // Shows what tell(seconds since the start) says, if it is time for it.
     template <typename Tell>
     void Show(Tell tell) {

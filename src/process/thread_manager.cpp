@@ -17,8 +17,8 @@ using core::ScopedLock;
 
 namespace {
 
-// Threads may end while the library goes down, which does not wait for them: they find no manager
-// from then on, and one that has found it is let through.
+// The client's manager. Threads may end while the library goes down, which does not wait for them:
+// they find none from then on, and one that has found it is let through.
 std::atomic<CKXThreadManager*> g_living{nullptr};
 std::atomic<int> g_ending{0};
 
@@ -95,12 +95,13 @@ void GiveUp(CKXThreadManager& manager, KXThreadHandle thread,
 CKXThreadManager::CKXThreadManager() {
     core::ThrowIfFailed(KXMutexCreate("CKXThreadManager::m_mapMutex", 0, m_mapMutex.Out()));
     Add(platform::CurrentThreadId(), platform::CurrentThreadPseudoHandle(), MakePlace());
-    g_living = this;
+    CKXThreadManager* none = nullptr;
+    g_living.compare_exchange_strong(none, this);
 }
 
 CKXThreadManager::~CKXThreadManager() {
-    g_living = nullptr;
-    AwaitEndings();
+    CKXThreadManager* self = this;
+    if (g_living.compare_exchange_strong(self, nullptr)) AwaitEndings();
 }
 
 CKXThreadManager::Place CKXThreadManager::MakePlace() {
