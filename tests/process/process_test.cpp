@@ -11,6 +11,7 @@
 #include "support/environment.h"
 #include "support/started_child.h"
 #include "support/waiting_thread.h"
+#include "support/wine.h"
 
 using kx::test::InheritableFile;
 using kx::test::InScratchDirectory;
@@ -100,6 +101,7 @@ TEST(ProcessCreate, OfAMissingProgramIsNotFound) {
 }
 
 TEST(ProcessCreate, OfAFolderIsRefused) {
+    SKIP_UNDER_WINE("a folder is a handle that is not valid");
     const InScratchDirectory here;
     fs::create_directory(here / "folder.exe");
     EXPECT_RESULT(0x80070005, Refusal(u"folder.exe"));
@@ -186,10 +188,11 @@ TEST(ProcessCreate, SortsTheEnvironmentWithoutRegardToCase) {
     child.CloseInput();
     Strings lines = Lines(child.Output());
     // A system may add what its programs can't do without.
-    std::erase_if(lines, [](const std::string& line) {
-        return line.find("=") == std::string::npos || line.find_first_of("1234") != line.size() - 1;
+    const Strings sorted{"alpha=1", "BETA=2", "Delta=4", "gamma=3"};
+    std::erase_if(lines, [&sorted](const std::string& line) {
+        return std::find(sorted.begin(), sorted.end(), line) == sorted.end();
     });
-    EXPECT_EQ(Strings({"alpha=1", "BETA=2", "Delta=4", "gamma=3"}), lines);
+    EXPECT_EQ(sorted, lines);
 }
 
 TEST(ProcessCreate, WithAnEmptyEnvironmentPassesNothingOn) {
