@@ -8,6 +8,7 @@
 #ifndef KXCORE7_KXCORE7_H
 #define KXCORE7_KXCORE7_H
 
+#include "address.h"
 #include "alert.h"
 #include "atomic.h"
 #include "bytes.h"

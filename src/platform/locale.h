@@ -24,6 +24,10 @@ std::size_t NarrowToWide(char16_t* dst, const char* src, std::size_t count) noex
 // when it is.
 std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noexcept;
 
+// Converts wide text with its terminator, with what the encoding has in the place of a character
+// that it lacks. Returns the bytes written, terminator included, or 0 if they are more than size.
+std::size_t WideToCodePage(char* dst, const char16_t* src, std::size_t size) noexcept;
+
 // --- The user's locale ---------------------------------------------------------------------------
 
 // A locale by the system's number and by ICU's name.

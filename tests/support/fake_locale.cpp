@@ -35,6 +35,11 @@ std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noex
     return test::Convert(dst, src, count);
 }
 
+std::size_t WideToCodePage(char* dst, const char16_t* src, std::size_t size) noexcept {
+    const std::size_t length = test::Convert(dst, src, size);
+    return length < size ? length + 1 : 0;
+}
+
 std::uint32_t UserLocale(std::span<const LocaleName> /*names*/) {
     return g_locale.userLocale;
 }

@@ -22,6 +22,9 @@ constexpr bool IsTrail(char16_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+// For a character that an encoding lacks; all of the runtime's have it.
+constexpr wchar_t kReplacement = L'?';
+
 std::size_t UnitsOf(wchar_t point) {
     return point >= 0x10000 ? 2 : 1;
 }
@@ -165,6 +168,25 @@ std::size_t WideToNarrow(char* dst, const char16_t* src, std::size_t count) noex
         // The terminator may have a shift sequence in front of it, which counts.
         if (point == 0) return produced + length - 1;
         produced += length;
+        src += UnitsOf(point);
+    }
+}
+
+std::size_t WideToCodePage(char* dst, const char16_t* src, std::size_t size) noexcept {
+    std::mbstate_t state{};
+    for (std::size_t produced = 0;;) {
+        char bytes[MB_LEN_MAX];
+        const wchar_t point = CharacterAt(src);
+        const std::mbstate_t before = state;
+        std::size_t length = std::wcrtomb(bytes, point, &state);
+        if (length == kConversionFailed) {
+            state = before;
+            length = std::wcrtomb(bytes, kReplacement, &state);
+        }
+        if (length > size - produced) return 0;
+        std::memcpy(dst + produced, bytes, length);
+        produced += length;
+        if (point == 0) return produced;
         src += UnitsOf(point);
     }
 }
