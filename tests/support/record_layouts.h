@@ -57,6 +57,23 @@ AT(KXDirEntry, creationTime, 560);
 AT(KXDirEntry, accessTime, 564);
 AT(KXDirEntry, writeTime, 568);
 
+static_assert(sizeof(KXSystemInfo) == 64, "KXSystemInfo");
+AT(KXSystemInfo, totalPhysical, 0);
+AT(KXSystemInfo, availPhysical, 8);
+AT(KXSystemInfo, totalVirtual, 16);
+AT(KXSystemInfo, availVirtual, 24);
+AT(KXSystemInfo, allocationGranularity, 32);
+AT(KXSystemInfo, pageSize, 36);
+AT(KXSystemInfo, processorType, 40);
+AT(KXSystemInfo, processorLevel, 42);
+AT(KXSystemInfo, processorRevision, 44);
+AT(KXSystemInfo, processorCount, 46);
+AT(KXSystemInfo, platformId, 48);
+AT(KXSystemInfo, reserved, 50);
+AT(KXSystemInfo, majorVersion, 52);
+AT(KXSystemInfo, minorVersion, 54);
+AT(KXSystemInfo, buildNumber, 56);
+
 static_assert(sizeof(KXGUID) == 16, "KXGUID");
 AT(KXGUID, data1, 0);
 AT(KXGUID, data2, 4);
