@@ -1,6 +1,7 @@
 // Whoever need not wait, and wakes nobody, does not ask the kernel. The operations run in a child
 // that may no longer do so.
 #include <gtest/gtest.h>
+#include <kxcore7/address.h>
 #include <kxcore7/mutex.h>
 #include <kxcore7/rwlock.h>
 #include <linux/filter.h>
@@ -227,4 +228,16 @@ TEST(NoSystemCalls, OfAReaderWriterLock) {
                            KXRWLockReleaseWrite(lock), KXRWLockReleaseRead(lock)});
     });
     KXRWLockDestroy(lock);
+}
+
+TEST(NoSystemCalls, OfANameThatIsKnown) {
+    addrinfo* mine = nullptr;
+    addrinfo* loopback = nullptr;
+    ASSERT_RESULT(KX_S_OK, KXGetMyAddressInformation(&mine, &loopback));
+    ASSERT_EQ(1, KXIsThisMyComputerA("localhost"));
+    ExpectNoSystemCall([&] {
+        return KXIsThisMyComputerA("LocalHost") == 1 && KXIsThisMyComputerA("") == 1 &&
+               KXIsThisMyComputerW(u"127.0.0.1") == 1 &&
+               KXGetMyAddressInformation(&mine, &loopback) == KX_S_OK;
+    });
 }
