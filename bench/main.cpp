@@ -55,6 +55,7 @@ bool Run(const Options& options) {
     bench::RegisterFiles(report, files, options.quick);
     bench::RegisterNamed(report);
     bench::RegisterProcesses(report, options.quick);
+    bench::RegisterHost(report);
     benchmark::RunSpecifiedBenchmarks(&report);
     // They own the peers' open files, which are in the scratch directory.
     benchmark::ClearRegisteredBenchmarks();

@@ -25,6 +25,7 @@ void RegisterEncoding(Report& report);
 void RegisterFiles(Report& report, const std::filesystem::path& scratch, bool quick);
 void RegisterNamed(Report& report);
 void RegisterProcesses(Report& report, bool quick);
+void RegisterHost(Report& report);
 
 }  // namespace bench
 
