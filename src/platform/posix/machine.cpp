@@ -14,6 +14,7 @@
 
 #include "platform/posix/error.h"
 #include "platform/posix/memory_limits.h"
+#include "platform/posix/processor_identity.h"
 
 namespace kx::platform {
 namespace {
@@ -49,18 +50,13 @@ std::uint32_t UsableProcessors() {
 #if defined(__x86_64__)
 constexpr std::uint32_t kType = 8664;
 
-// Family, model and stepping by the processor's own word, which has them in pieces: the further one
-// of the family counts for the highest family alone, that of the model for that and for 6.
 void ReadIdentity(ProcessorFacts* facts) {
-    constexpr std::uint32_t kFurther = 15;
     std::uint32_t word = 0;
     std::uint32_t unused = 0;
     if (__get_cpuid(1, &word, &unused, &unused, &unused) == 0) return;
-    const std::uint32_t family = word >> 8 & 15;
-    const bool hasFurtherModel = family == kFurther || family == 6;
-    const std::uint32_t model = (word >> 4 & 15) | (hasFurtherModel ? (word >> 16 & 15) << 4 : 0);
-    facts->level = family == kFurther ? family + (word >> 20 & 0xFF) : family;
-    facts->revision = model << 8 | (word & 15);
+    const ProcessorIdentity identity = IdentityFrom(word);
+    facts->level = identity.family;
+    facts->revision = identity.model << 8 | identity.stepping;
 }
 #else
 constexpr std::uint32_t kType = 0;
