@@ -33,6 +33,7 @@
 #include "mutex.h"
 #include "number.h"
 #include "process.h"
+#include "option.h"
 #include "registry.h"
 #include "result.h"
 #include "rwlock.h"

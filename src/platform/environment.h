@@ -6,6 +6,9 @@
 
 namespace kx::platform {
 
+// Whether the runtime's environment, as getenv sees it at this moment, has the variable.
+bool HasVariable(const char* name) noexcept;
+
 // Writes text with each %NAME% replaced by that environment variable; an unknown one stays as it
 // stands. Returns the units that the whole takes with its terminator, whether they fit into size
 // or not; what does not fit is not to be read.

@@ -80,6 +80,11 @@ AT(KXGUID, data2, 4);
 AT(KXGUID, data3, 6);
 AT(KXGUID, data4, 8);
 
+static_assert(sizeof(KXOptionRecord) == sizeof(void*) + 8, "KXOptionRecord");
+AT(KXOptionRecord, name, 0);
+AT(KXOptionRecord, argumentKind, sizeof(void*));
+AT(KXOptionRecord, value, sizeof(void*) + 4);
+
 static_assert(sizeof(IKXUnknown) == sizeof(void*), "an object begins with its table");
 #if !defined(__cplusplus)
 static_assert(sizeof(IKXUnknownTable) == 3 * sizeof(void*), "IKXUnknownTable");

@@ -35,6 +35,10 @@ const char* Variable(std::u16string_view name) {
 
 }  // namespace
 
+bool HasVariable(const char* name) noexcept {
+    return std::getenv(name) != nullptr;
+}
+
 // What stands between two percent signs and is no known variable stays as it is, signs and all: the
 // second one begins nothing.
 std::size_t ExpandEnvironment(const char16_t* text, char16_t* out, std::size_t size) {

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <sys/stat.h>
 
+#include <cstdarg>
 #include <cstdint>
 #include <filesystem>
 
@@ -68,6 +69,15 @@ std::FILE* OpenTextToRead(const char* path) noexcept {
 
 std::FILE* OpenTextToWrite(const char* path) noexcept {
     return std::fopen(path, "wtN");
+}
+
+void PrintErrorLine(const char* format, ...) noexcept {
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vfprintf(stderr, format, arguments);
+    va_end(arguments);
+    std::fputc('\n', stderr);
+    std::fflush(stderr);
 }
 
 bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept {
