@@ -56,6 +56,7 @@ bool Run(const Options& options) {
     bench::RegisterNamed(report);
     bench::RegisterProcesses(report, options.quick);
     bench::RegisterHost(report);
+    bench::RegisterOptions(report);
     benchmark::RunSpecifiedBenchmarks(&report);
     // They own the peers' open files, which are in the scratch directory.
     benchmark::ClearRegisteredBenchmarks();

@@ -26,6 +26,7 @@ void RegisterFiles(Report& report, const std::filesystem::path& scratch, bool qu
 void RegisterNamed(Report& report);
 void RegisterProcesses(Report& report, bool quick);
 void RegisterHost(Report& report);
+void RegisterOptions(Report& report);
 
 }  // namespace bench
 

@@ -44,14 +44,21 @@ Progress g_progress;
 
 // Exchanges two blocks that lie side by side; each keeps its order.
 //
-// Mostly one is short, the other what has gathered so far: the short one steps aside, and the long
-// one moves as a whole.
+// Few words go one by one. Of many, mostly one block is short, the other what has gathered so far:
+// the short one steps aside, and the long one moves as a whole.
 void Exchange(char** first, char** second, char** end) {
+    constexpr std::ptrdiff_t kFew = 8;
     constexpr std::ptrdiff_t kShort = 16;
     char* aside[kShort];
     const std::ptrdiff_t firstLength = second - first;
     const std::ptrdiff_t secondLength = end - second;
-    if (secondLength <= kShort) {
+    if (end - first <= kFew) {
+        for (; second != end; ++second) {
+            char* const word = *second;
+            for (char** to = second; to != first; --to) *to = to[-1];
+            *first++ = word;
+        }
+    } else if (secondLength <= kShort) {
         std::copy(second, end, aside);
         std::copy_backward(first, second, end);
         std::copy(aside, aside + secondLength, first);
@@ -173,7 +180,7 @@ class Call final {
             ++g_progress.position;
             return TakeName("--", false);
         }
-        return TakeName("-", IsLetter(*g_progress.position));
+        return TakeName("-", FindLetter(*g_progress.position) != nullptr);
     }
 
     std::optional<int> TakeName(const char* dashes, bool mayBeLetter) {
@@ -237,21 +244,24 @@ class Call final {
 
     // --- Letters --------------------------------------------------------------------------------
 
-    bool IsLetter(char letter) const {
-        return letter != ':' && std::strchr(m_letters, letter) != nullptr;
+    // What the letters have of a letter: itself, and behind it its kind; null if they lack it. For
+    // callers from outside there are none, which is not worth a call.
+    const char* FindLetter(char letter) const {
+        const bool mayBe = letter != ':' && *m_letters != '\0';
+        return mayBe ? std::strchr(m_letters, letter) : nullptr;
     }
 
     int TakeLetter() {
         const char letter = *g_progress.position++;
         const bool isLast = *g_progress.position == '\0';
-        if (!IsLetter(letter) || (letter == '-' && !isLast)) return TakeUnknown(letter, isLast);
-        const char* const kind = std::strchr(m_letters, letter) + 1;
-        if (m_options != nullptr && letter == 'W' && *kind == ';') return TakeNameBehindW();
-        if (*kind != ':') {
+        const char* const found = FindLetter(letter);
+        if (found == nullptr || (letter == '-' && !isLast)) return TakeUnknown(letter, isLast);
+        if (m_options != nullptr && letter == 'W' && found[1] == ';') return TakeNameBehindW();
+        if (found[1] != ':') {
             if (isLast) ++KXGetOptionIndex;
             return letter;
         }
-        const bool isRequired = kind[1] != ':';
+        const bool isRequired = found[2] != ':';
         if (!TakeRest(isRequired) && isRequired) return LacksArgument(letter);
         ++KXGetOptionIndex;
         return letter;
