@@ -1,6 +1,7 @@
 // One process produces items and another consumes them, over shared memory and two semaphores. Kill
 // either of them and start it again: ring.h tells why nothing hangs, and nothing is lost.
 #include <kxcore7/counter.h>
+#include <kxcore7/option.h>
 
 #include <cinttypes>
 #include <cstdint>
@@ -31,21 +32,18 @@ struct Task {
 };
 
 std::optional<Task> TaskOf(int argc, char** argv) {
+    static constexpr KXOptionRecord kOptions[] = {
+        {"count", KX_OPTION_ARGUMENT, 'c'}, {"name", KX_OPTION_ARGUMENT, 'n'}, {nullptr, 0, 0}};
     Task task;
-    if (argc % 2 != 0) return {};
-    const std::string role = argv[1];
+    for (int option; (option = KXGetOption(argc, argv, kOptions, nullptr)) != KX_OPTION_END;) {
+        if (option == KX_OPTION_ERROR) return {};
+        if (option == 'c') task.count = std::strtoull(KXGetOptionArgument, nullptr, 10);
+        if (option == 'n') task.name = KXGetOptionArgument;
+    }
+    if (argc - KXGetOptionIndex != 1) return {};
+    const std::string role = argv[KXGetOptionIndex];
     if (role != "produce" && role != "consume") return {};
     if (role == "consume") task.role = Role::consumer;
-    for (int i = 2; i < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--count") {
-            task.count = std::strtoull(argv[i + 1], nullptr, 10);
-        } else if (option == "--name") {
-            task.name = argv[i + 1];
-        } else {
-            return {};
-        }
-    }
     return task.count != 0 ? std::optional(task) : std::nullopt;
 }
 

@@ -1,5 +1,7 @@
 // A command line for the registry: reads, writes and removes values, shows keys, and carries text
 // values from one store to another.
+#include <kxcore7/option.h>
+
 #include <chrono>
 #include <clocale>
 #include <condition_variable>
@@ -14,11 +16,11 @@
 #include <vector>
 
 #include "ini_text.h"
-#include "options.h"
 #include "registry.h"
 #include "status_line.h"
 #include "terminal.h"
 #include "text.h"
+#include "usage_error.h"
 #include "value_text.h"
 
 namespace {
@@ -39,13 +41,14 @@ constexpr const char* kUsage =
     "'USER\\Software\\Sample'. The other roots are KX_HKEY_CLASSES, KX_HKEY_CONFIG and these with\n"
     "_64 behind. The empty NAME is the key's default value.\n"
     "\n"
+    "Options stand anywhere, and may be cut short:\n"
     "  --type TYPE  what set writes: sz (text), expand (text with %VARIABLES%), dword (number of\n"
     "               32 bits), binary (hexadecimal digits), multi (texts, a word each)\n"
     "  --values     tree shows values\n"
     "  --all        delete takes the key\n"
     "  --quiet      no counts, and nothing that moves while work goes on\n"
     "  --help       this text\n"
-    "  --           what follows is no option\n"
+    "  --           what follows is no option, though it begins with a dash\n"
     "\n"
     "An export passes over values that are no text, and those that would not come back as they\n"
     "are, such as a text of two lines. It has variables expanded, and no keys without values. It\n"
@@ -57,6 +60,52 @@ constexpr const char* kUsage =
 
 enum ExitCode { kDone = 0, kFailed = 1, kMisused = 2, kMissing = 3 };
 
+struct Options {
+    std::string type = "sz";
+    bool values = false;
+    bool all = false;
+    bool quiet = false;
+    bool help = false;
+    std::vector<std::string> words;  // which are no options
+};
+
+// Throws UsageError; the parser has told what is wrong by then.
+Options OptionsOf(int argc, char** argv) {
+    static constexpr KXOptionRecord kOptions[] = {
+        {"type", KX_OPTION_ARGUMENT, 't'},    {"values", KX_OPTION_NO_ARGUMENT, 'v'},
+        {"all", KX_OPTION_NO_ARGUMENT, 'a'},  {"quiet", KX_OPTION_NO_ARGUMENT, 'q'},
+        {"help", KX_OPTION_NO_ARGUMENT, 'h'}, {nullptr, 0, 0},
+    };
+    KXGetOptionMsgUnrecognized = "kxreg: no such option: %s%s";
+    KXGetOptionMsgAmbiguous = "kxreg: cut too short: %s%.*s";
+    KXGetOptionMsgNoArgumentAllowed = "kxreg: nothing belongs behind %s%.*s";
+    KXGetOptionMsgStringRequiresArgument = "kxreg: something is missing behind %s%s";
+    Options options;
+    for (int option; (option = KXGetOption(argc, argv, kOptions, nullptr)) != KX_OPTION_END;) {
+        switch (option) {
+            case 't':
+                options.type = KXGetOptionArgument;
+                break;
+            case 'v':
+                options.values = true;
+                break;
+            case 'a':
+                options.all = true;
+                break;
+            case 'q':
+                options.quiet = true;
+                break;
+            case 'h':
+                options.help = true;
+                break;
+            default:
+                throw UsageError("");
+        }
+    }
+    options.words.assign(argv + KXGetOptionIndex, argv + argc);
+    return options;
+}
+
 // What a command is given.
 class Call final {
   public:
@@ -64,21 +113,22 @@ class Call final {
 
     // The words behind the command's name; -1 of them is any number. Throws UsageError.
     void Expect(int least, int most) const {
-        const int count = static_cast<int>(m_options.Words().size()) - 1;
+        const int count = static_cast<int>(m_options.words.size()) - 1;
         if (count < least || (most >= 0 && count > most)) {
-            throw UsageError("too many words or too few for " + m_options.Words()[0]);
+            throw UsageError("too many words or too few for " + m_options.words[0]);
         }
     }
-    const std::string& Word(size_t index) const { return m_options.Words().at(index + 1); }
+    const std::string& Word(size_t index) const { return m_options.words.at(index + 1); }
     Key TheKey() const { return KeyFromText(Word(0)); }
     std::u16string Name() const { return Widen(Word(1)); }
     std::vector<std::string> WordsFrom(size_t index) const {
-        const auto& words = m_options.Words();
+        const auto& words = m_options.words;
         return {words.begin() + static_cast<std::ptrdiff_t>(index) + 1, words.end()};
     }
-    std::string Type() const { return m_options.WordOf("--type", "sz"); }
-    bool Has(const char* flag) const { return m_options.Has(flag); }
-    bool IsQuiet() const { return Has("--quiet"); }
+    const std::string& Type() const { return m_options.type; }
+    bool WithValues() const { return m_options.values; }
+    bool WithAll() const { return m_options.all; }
+    bool IsQuiet() const { return m_options.quiet; }
 
   private:
     const Options& m_options;
@@ -101,7 +151,7 @@ ExitCode Set(const Call& call) {
 }
 
 ExitCode Delete(const Call& call) {
-    const bool all = call.Has("--all");
+    const bool all = call.WithAll();
     call.Expect(all ? 1 : 2, all ? 1 : 2);
     if (all) {
         DeleteKey(call.TheKey());
@@ -216,7 +266,7 @@ ExitCode Summarised(const Counts& counts) {
 ExitCode Tree(const Call& call) {
     call.Expect(1, 1);
     const bool watched = !call.IsQuiet() && IsTerminal(stdout) == 0;
-    TreePrinter printer(watched, call.Has("--values"));
+    TreePrinter printer(watched, call.WithValues());
     printer.Go(call.TheKey());
     return Summarised(printer.Result());
 }
@@ -391,20 +441,20 @@ constexpr Command kCommands[] = {
 };
 
 ExitCode Run(const Options& options) {
-    if (options.Has("--help")) {
+    if (options.help) {
         std::fputs(kUsage, stdout);
         return kDone;
     }
-    if (options.Words().empty()) throw UsageError("no command");
+    if (options.words.empty()) throw UsageError("no command");
     for (const auto& [name, run] : kCommands) {
-        if (options.Words()[0] == name) return run(Call(options));
+        if (options.words[0] == name) return run(Call(options));
     }
-    throw UsageError("no such command: " + options.Words()[0]);
+    throw UsageError("no such command: " + options.words[0]);
 }
 
 ExitCode Tell(const std::exception& error, ExitCode code) {
     std::fflush(stdout);
-    std::fprintf(stderr, "kxreg: %s\n", error.what());
+    if (*error.what() != '\0') std::fprintf(stderr, "kxreg: %s\n", error.what());
     if (code == kMisused) std::fputs("kxreg --help tells how it is used\n", stderr);
     return code;
 }
@@ -415,7 +465,7 @@ int main(int argc, char** argv) {
     // Names and texts are in the person's locale; numbers stay in the plain one.
     std::setlocale(LC_CTYPE, "");
     try {
-        return Run(Options(argc, argv, {"--all", "--values", "--quiet", "--help"}, {"--type"}));
+        return Run(OptionsOf(argc, argv));
     } catch (const UsageError& error) {
         return Tell(error, kMisused);
     } catch (const RegistryError& error) {

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <string_view>
 
-#include "options.h"
 #include "text.h"
+#include "usage_error.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "options.h"
 #include "text.h"
+#include "usage_error.h"
 
 namespace {
 

@@ -2,16 +2,19 @@
 // parts with a lock each, and writes what the locks measured: kxlockstats.csv shows the difference.
 #include <kxcore7/counter.h>
 #include <kxcore7/lockstats.h>
+#include <kxcore7/option.h>
 #include <kxcore7/result.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -19,8 +22,34 @@
 
 namespace {
 
-constexpr int kTasks = 200;
-constexpr int kWordsATask = 2000;
+constexpr const char* kUsage =
+    "usage: pool [--threads N] [--tasks N]\n"
+    "\n"
+    "The threads are as many as the processors, and four at least, if it isn't told; the tasks of\n"
+    "2000 words are 200.\n";
+
+constexpr unsigned kWordsATask = 2000;
+
+struct Work {
+    unsigned threads = std::max(4u, std::thread::hardware_concurrency());
+    unsigned tasks = 200;
+};
+
+unsigned NumberOf(const char* word) {
+    return static_cast<unsigned>(std::strtoul(word, nullptr, 10));
+}
+
+std::optional<Work> WorkOf(int argc, char** argv) {
+    static constexpr KXOptionRecord kOptions[] = {
+        {"threads", KX_OPTION_ARGUMENT, 'h'}, {"tasks", KX_OPTION_ARGUMENT, 'a'}, {nullptr, 0, 0}};
+    Work work;
+    for (int option; (option = KXGetOption(argc, argv, kOptions, nullptr)) != KX_OPTION_END;) {
+        if (option == KX_OPTION_ERROR) return {};
+        (option == 'h' ? work.threads : work.tasks) = NumberOf(KXGetOptionArgument);
+    }
+    const bool isAll = KXGetOptionIndex == argc;
+    return isAll && work.threads != 0 && work.tasks != 0 ? std::optional(work) : std::nullopt;
+}
 
 // Some words come often and most seldom, as words do.
 std::string WordAt(unsigned seed) {
@@ -67,12 +96,12 @@ class Table final {
 };
 
 template <size_t kParts>
-void CountInParts(const char* title) {
+void CountInParts(const char* title, const Work& work) {
     const long long start = KXPerfGetCountMS();
     {
         Table<kParts> table;
-        WorkerPool pool(std::max(4u, std::thread::hardware_concurrency()));
-        for (unsigned task = 0; task < kTasks; ++task) {
+        WorkerPool pool(work.threads);
+        for (unsigned task = 0; task < work.tasks; ++task) {
             pool.Give([&table, task] {
                 for (unsigned i = 0; i < kWordsATask; ++i) {
                     table.Count(WordAt(task * kWordsATask + i));
@@ -90,10 +119,15 @@ void CountInParts(const char* title) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    const std::optional<Work> work = WorkOf(argc, argv);
+    if (!work) {
+        std::fputs(kUsage, stderr);
+        return 2;
+    }
     try {
-        CountInParts<1>("one table");
-        CountInParts<16>("a table in 16 parts");
+        CountInParts<1>("one table", *work);
+        CountInParts<16>("a table in 16 parts", *work);
         std::printf("the locks' report is in kxlockstats.csv\n");
         return 0;
     } catch (const std::exception& error) {

@@ -1,6 +1,7 @@
 // Reads a text file in one encoding and writes it in another, a piece at a time, whatever its size.
 #include <kxcore7/conversion.h>
 #include <kxcore7/encoding.h>
+#include <kxcore7/option.h>
 #include <kxcore7/result.h>
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -145,6 +147,23 @@ struct Task {
     std::string output;
 };
 
+std::optional<Task> TaskOf(int argc, char** argv) {
+    static constexpr KXOptionRecord kOptions[] = {{"strict", KX_OPTION_NO_ARGUMENT, 's'},
+                                                  {nullptr, 0, 0}};
+    Task task;
+    for (int option; (option = KXGetOption(argc, argv, kOptions, nullptr)) != KX_OPTION_END;) {
+        if (option == KX_OPTION_ERROR) return {};
+        task.strict = true;
+    }
+    if (argc - KXGetOptionIndex != 4) return {};
+    char** const words = argv + KXGetOptionIndex;
+    task.from = words[0];
+    task.to = words[1];
+    task.input = words[2];
+    task.output = words[3];
+    return task;
+}
+
 void Convert(const Task& task, const std::string& outputPath) {
     const File input = Open(task.input, "rb");
     File output = Open(outputPath, "wb");
@@ -184,22 +203,13 @@ void Run(const Task& task) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    Task task;
-    if (!words.empty() && words.front() == "--strict") {
-        task.strict = true;
-        words.erase(words.begin());
-    }
-    if (words.size() != 4) {
+    const std::optional<Task> task = TaskOf(argc, argv);
+    if (!task) {
         std::fputs(kUsage, stderr);
         return 2;
     }
-    task.from = words[0];
-    task.to = words[1];
-    task.input = words[2];
-    task.output = words[3];
     try {
-        Run(task);
+        Run(*task);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "recode: %s\n", error.what());
