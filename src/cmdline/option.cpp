@@ -44,31 +44,32 @@ Progress g_progress;
 
 // Exchanges two blocks that lie side by side; each keeps its order.
 //
-// Few words go one by one. Of many, mostly one block is short, the other what has gathered so far:
-// the short one steps aside, and the long one moves as a whole.
+// Few words go one by one. Of many, the first block is mostly what has gathered so far, and the
+// second a few: they step aside, and the first moves as a whole.
 void Exchange(char** first, char** second, char** end) {
     constexpr std::ptrdiff_t kFew = 8;
     constexpr std::ptrdiff_t kShort = 16;
-    char* aside[kShort];
-    const std::ptrdiff_t firstLength = second - first;
-    const std::ptrdiff_t secondLength = end - second;
     if (end - first <= kFew) {
         for (; second != end; ++second) {
             char* const word = *second;
             for (char** to = second; to != first; --to) *to = to[-1];
             *first++ = word;
         }
-    } else if (secondLength <= kShort) {
-        std::copy(second, end, aside);
+    } else if (end - second <= kShort) {
+        char* aside[kShort];
+        char** const asideEnd = std::copy(second, end, aside);
         std::copy_backward(first, second, end);
-        std::copy(aside, aside + secondLength, first);
-    } else if (firstLength <= kShort) {
-        std::copy(first, second, aside);
-        std::copy(second, end, first);
-        std::copy(aside, aside + firstLength, end - firstLength);
+        std::copy(aside, asideEnd, first);
     } else {
         std::rotate(first, second, end);
     }
+}
+
+// What a word has in front of its first "=".
+std::string_view NameIn(const char* word) {
+    std::size_t length = 0;
+    while (word[length] != '\0' && word[length] != '=') ++length;
+    return {word, length};
 }
 
 bool BeginsWith(const char* text, std::string_view start) {
@@ -185,7 +186,7 @@ class Call final {
 
     std::optional<int> TakeName(const char* dashes, bool mayBeLetter) {
         char* const word = g_progress.position;
-        const std::string_view name(word, std::strcspn(word, "="));
+        const std::string_view name = NameIn(word);
         const Found found = Find(name, mayBeLetter);
         if (found.first == kNone && mayBeLetter) return {};
         ++KXGetOptionIndex;
