@@ -2,6 +2,8 @@
 #include <kxcore7/option.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -53,7 +55,9 @@ class Option : public ::testing::Test {
     const FreshParser parser;
 };
 
-// Every word of these is an error, and tells of it.
+using OptionDeathTest = Option;
+
+// Errors that nobody is told of.
 class QuietOption : public Option {
   protected:
     QuietOption() { KXGetOptionError = 0; }
@@ -508,14 +512,16 @@ TEST_F(Option, EveryMessageCanBeAnEmptyLine) {
                                   {kVerbose, kVersion, kOutput, kEnd}));
 }
 
-TEST_F(Option, MessagesAreOnTheStandardErrorWhenTheCallReturns) {
-    char buffer[BUFSIZ];
-    ::testing::internal::CaptureStderr();
-    std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
-    Parsed({"--none"});
-    const std::string printed = ::testing::internal::GetCapturedStderr();
-    std::setvbuf(stderr, nullptr, _IONBF, 0);
-    EXPECT_EQ("Usage: unrecognized option '--none'\n", printed);
+// The end that a process makes by _Exit writes nothing that the stream still has.
+TEST_F(OptionDeathTest, MessageIsWrittenWhenTheCallReturns) {
+    static char buffer[BUFSIZ];
+    EXPECT_EXIT(
+        {
+            std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
+            Parsed({"--none"});
+            std::_Exit(0);
+        },
+        ::testing::ExitedWithCode(0), "Usage: unrecognized option '--none'");
 }
 
 // --- State ---------------------------------------------------------------------------------------
@@ -589,6 +595,14 @@ TEST_F(Option, RestOfAWordThatIsTheNextWordIsLetters) {
     const Table options = {{"erbose", KX_OPTION_NO_ARGUMENT, 'e'}, kEnd};
     EXPECT_EQ(KX_OPTION_ERROR, KXGetOption(3, words, options.data(), nullptr));
     EXPECT_EQ('e', KXGetOptionOption);
+}
+
+TEST_F(Option, NothingIsKeptOfOperandsBehindTheEnd) {
+    const CommandLine line({"a", "b", "--verbose"});
+    Rest(line);
+    EXPECT_EQ(2, KXGetOptionIndex);
+    KXGetOptionIndex = 3;
+    EXPECT_EQ("| b", Rest(line)) << "from where the program put the index";
 }
 
 // A program may take words on its own.
