@@ -50,10 +50,8 @@ void Exchange(char** first, char** second, char** end) {
     constexpr std::ptrdiff_t kFew = 8;
     constexpr std::ptrdiff_t kShort = 16;
     if (end - first <= kFew) {
-        for (; second != end; ++second) {
-            char* const word = *second;
-            for (char** to = second; to != first; --to) *to = to[-1];
-            *first++ = word;
+        for (; second != end; ++first, ++second) {
+            for (char** word = second; word != first; --word) std::swap(word[0], word[-1]);
         }
     } else if (end - second <= kShort) {
         char* aside[kShort];
