@@ -8,12 +8,17 @@
  * the first operand the end of the options.
  *
  *     static const KXOptionRecord options[] = {
- *         {"output", KX_OPTION_ARGUMENT, 'o'}, {"verbose", KX_OPTION_NO_ARGUMENT, 'v'}, {NULL, 0,
- * 0}}; int option; while ((option = KXGetOption(argc, argv, options, NULL)) != KX_OPTION_END) { if
- * (option == 'o') output = KXGetOptionArgument; if (option == 'v') verbose = 1; if (option ==
- * KX_OPTION_ERROR) return 2;
+ *         {"output", KX_OPTION_ARGUMENT, 'o'},
+ *         {"verbose", KX_OPTION_NO_ARGUMENT, 'v'},
+ *         {NULL, 0, 0},
+ *     };
+ *
+ *     while ((option = KXGetOption(argc, argv, options, NULL)) != KX_OPTION_END) {
+ *         if (option == KX_OPTION_ERROR) return 2;
+ *         if (option == 'o') output = KXGetOptionArgument;
+ *         if (option == 'v') verbose = 1;
  *     }
- *     for (int i = KXGetOptionIndex; i < argc; ++i) Take(argv[i]);
+ *     for (i = KXGetOptionIndex; i < argc; ++i) Take(argv[i]);
  *
  * The parser's state is the process's, and nothing locks it: one thread parses, and one vector at a
  * time.

@@ -1,6 +1,6 @@
 // Wide text, as the registry has it, and text in the process's locale, as people see it.
-#ifndef KXREG_TEXT_H
-#define KXREG_TEXT_H
+#ifndef EXAMPLES_TEXT_H
+#define EXAMPLES_TEXT_H
 
 #include <optional>
 #include <string>
