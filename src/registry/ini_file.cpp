@@ -83,10 +83,11 @@ bool ReadValues(Lines& lines, IniFile::Values* values) {
         if (!line.empty()) line.remove_suffix(1);
         const std::size_t divider = line.find(u'=');
         if (divider == std::u16string_view::npos) return false;
-        const auto added =
-            values->insert_or_assign(place, std::u16string(TrimSpaces(line.substr(0, divider))),
-                                     TrimSpaces(line.substr(divider + 1)));
-        place = std::next(added);
+        const std::u16string_view text = TrimSpaces(line.substr(divider + 1));
+        const std::size_t before = values->size();
+        const auto value = values->emplace_hint(place, TrimSpaces(line.substr(0, divider)), text);
+        if (values->size() == before) value->second = text;
+        place = std::next(value);
     }
     return true;
 }
@@ -189,7 +190,9 @@ int IniFile::Load() {
         std::optional<std::u16string> name = SectionNameIn(lines.Wide());
         Values values;
         if (!name || !ReadValues(lines, &values)) break;
-        place = std::next(m_sections.insert_or_assign(place, std::move(*name), std::move(values)));
+        const auto section = m_sections.emplace_hint(place, std::move(*name), Values());
+        section->second = std::move(values);
+        place = std::next(section);
     }
     return 0;
 }
