@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <random>
 #include <string>
 #include <thread>
 #include <utility>
@@ -296,6 +297,31 @@ TEST_F(IniFileReading, CarriageReturnsAreTextWhereTheRuntimeKeepsThem) {
     EXPECT_EQ(u"[s]{k|a\rb}", Read("[s]\nk=a\rb\n")) << "one that ends no line";
 }
 
+// Bytes of every kind, and as many again of those that mean something.
+TEST_F(IniFileReading, OfAnyBytesAWriteKeepsWhatWasRead) {
+    constexpr int kFiles = 300;
+    const std::string marks = "[]=\n\n\n ab#\r\t";
+    std::mt19937 random(20'26);
+    int withValues = 0;
+    for (int i = 0; i < kFiles; ++i) {
+        std::string bytes;
+        for (std::size_t left = random() % 1200; left != 0; --left) {
+            const auto any = static_cast<std::size_t>(random());
+            const bool isMark = i % 3 != 0 && any % 64 != 0;
+            bytes += isMark ? marks[any / 64 % marks.size()] : static_cast<char>(any / 64);
+        }
+        const auto file = Open(bytes);
+        const std::u16string image = ImageOf(*file);
+        withValues += image.find(u'{') != std::u16string::npos ? 1 : 0;
+        char16_t text[kLongestLine];
+        EXPECT_RESULT(KX_ERROR_FILE_NOT_FOUND, file->GetValue(u"no such", u"value", text));
+        EXPECT_EQ(bytes, Stored(Path())) << "a reader leaves it as it is";
+        EXPECT_EQ(0, file->Save(nullptr));
+        ASSERT_EQ(image, ImageOf(*Open())) << i;
+    }
+    EXPECT_LT(kFiles / 10, withValues);
+}
+
 // --- Writing -------------------------------------------------------------------------------------
 
 TEST_F(IniFileWriting, EachSectionIsFollowedByABlankLine) {
@@ -391,6 +417,8 @@ TEST_F(IniFileWriting, ATextTooLongForOneReadIsWrittenWholeAndItsSectionIsLost) 
     EXPECT_EQ(0, file->SetValue(u"s", u"k", Wide(text + "yz").c_str(), true));
     EXPECT_EQ(OnDisk("[p]\na=1\n\n[s]\nk=" + text + "yz\n\n"), Stored(Path()));
     EXPECT_EQ(u"[p]{a|1}", ImageOf(*Open()));
+    EXPECT_EQ(0, file->SetValue(u"s", u"k", Wide(text + "yj=2").c_str(), true));
+    EXPECT_EQ(u"[p]{a|1}[s]{j|2}{k|" + Wide(text) + u"}", ImageOf(*Open())) << "the rest is one";
 }
 
 TEST_F(IniFileWriting, CarriageReturnsOfAnotherSystemStayInTheText) {
@@ -658,6 +686,21 @@ TEST_F(IniFileLock, IsWaitedForByEveryOperation) {
         thread.WaitUntilAsleep();
         lock.LetGo();
     }
+}
+
+TEST_F(IniFileLock, ThatCantBeGivenBackIsTold) {
+    KXSemaphoreHandle full = KX_INVALID_HANDLE;
+    ASSERT_RESULT(KX_S_OK, KXSemaphoreCreate(KX_SEM_MAX, nullptr, 0, &full));
+    const KXResult refused = KXSemaphorePost(full);
+    EXPECT_GT(0, refused);
+    {
+        IniFile::Lock lock(full);
+        EXPECT_RESULT(KX_S_OK, KXSemaphorePost(full));
+        EXPECT_RESULT(refused, CodeOf([&] { lock.Release(); }));
+        EXPECT_RESULT(KX_S_OK, KXSemaphoreWait(full));
+    }
+    EXPECT_RESULT(KX_S_OK, KXSemaphorePost(full)) << "the end of the scope gave nothing back";
+    EXPECT_RESULT(KX_S_OK, KXSemaphoreDestroy(full));
 }
 
 TEST_F(IniFileLock, LetsThreadsShareAFile) {

@@ -190,6 +190,11 @@ TEST_F(PosixMigration, OfAUserWithoutANameDoesTheOtherRootsAndKeepsTheFile) {
                   if (setgid(kNameless) != 0 || setuid(kNameless) != 0) return 1;
                   char16_t name[64];
                   if (KXGetUserName(name, 64) != KX_E_FAIL) return 2;
+                  KXRegistryEnumHandle walk = 0;
+                  registry::Initialize();
+                  const KXResult opened = registry::OpenKeyEnum(KX_HKEY_USER, u"", &walk);
+                  registry::Terminate();
+                  if (opened != KX_E_FAIL || walk != KX_INVALID_HANDLE) return 5;
                   if (KXRegistryMigrate(KX_REGISTRY_INI, 0, KX_REGISTRY_NATIVE, 0) != KX_E_FAIL) {
                       return 3;
                   }
@@ -200,6 +205,39 @@ TEST_F(PosixMigration, OfAUserWithoutANameDoesTheOtherRootsAndKeepsTheFile) {
     EXPECT_RESULT(KX_S_OK, KXRegistryMigrate(KX_REGISTRY_INI, 0, KX_REGISTRY_NATIVE, 0));
     EXPECT_EQ(u"2", GetText(KX_HKEY_USER, u"Kx", u"k"));
     EXPECT_FALSE(Ini().HasFile());
+}
+
+TEST_F(PosixMigration, WithoutTheLockEndsAndKeepsTheFile) {
+    const std::string bytes = "[KX_HKEY_CONFIG\\Kx]\nk=1\n\n";
+    Ini().Put(bytes);
+    KXResult expected = KX_S_OK;
+    KXResult found = KX_S_OK;
+    {
+        const Limit limit(RLIMIT_NOFILE, 0);
+        KXSemaphoreHandle lock = 0;
+        expected = KXNamedSemOpen(kIniLockName, 1, &lock);
+        found = KXRegistryMigrate(KX_REGISTRY_INI, 0, KX_REGISTRY_NATIVE, 0);
+    }
+    EXPECT_GT(0, expected);
+    EXPECT_RESULT(expected, found);
+    EXPECT_EQ(bytes, Ini().Bytes());
+}
+
+TEST_F(PosixMigration, OfAFileThatMayNotBeDeletedSucceedsAndKeepsIt) {
+    const std::string bytes = "[KX_HKEY_CONFIG\\Kx]\nk=1\n\n";
+    Ini().Put(bytes);
+    fs::permissions(Ini().Path(), fs::perms::all);
+    fs::permissions(RegistryDirectory(), fs::perms::all);
+    constexpr auto kWrite =
+        fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+    fs::permissions(fs::current_path(), fs::perms::all & ~kWrite);
+    EXPECT_EQ(0, InChild([] {
+                  if (!BecomeAnybody()) return 1;
+                  if (KXRegistryMigrate(KX_REGISTRY_INI, 0, KX_REGISTRY_NATIVE, 0) != 0) return 2;
+                  return GetText(KX_HKEY_CONFIG, u"Kx", u"k") == u"1" ? 0 : 3;
+              }));
+    fs::permissions(fs::current_path(), fs::perms::owner_all);
+    EXPECT_EQ(bytes, Ini().Bytes());
 }
 
 TEST_F(PosixMigration, EndsAtAStoreThatCantBeRead) {
