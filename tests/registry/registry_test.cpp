@@ -464,6 +464,18 @@ TEST_F(Registry, DeletedKeyTakesWhatIsUnderItAlong) {
 }
 
 // The walk of a removal asks for names in 255 units with the terminator, and ends at a longer one.
+TEST_F(Registry, AKeyMadeAnewHasItsNewValuesOnly) {
+    SetText(kRoot, Under(u"Sub"), u"first", u"old");
+    SetText(kRoot, Under(u"Sub"), u"second", u"old");
+    EXPECT_EQ(u"old", GetText(kRoot, Under(u"Sub"), u"first"));
+    EXPECT_EQ(0, KXRegistryDeleteKey(kRoot, kKey));
+    EXPECT_EQ(u"<failed>", GetText(kRoot, Under(u"Sub"), u"first"));
+    SetText(kRoot, Under(u"Sub"), u"second", u"new");
+    EXPECT_EQ(u"<failed>", GetText(kRoot, Under(u"Sub"), u"first"));
+    EXPECT_EQ(u"new", GetText(kRoot, Under(u"Sub"), u"second"));
+    EXPECT_EQ(u"<failed>", GetText(kRoot, Under(u"Sub"), u"first"));
+}
+
 TEST_F(Registry, DeletionStopsAtANameOf255UnitsAndTellsThatTheKeyIsNotEmpty) {
     const std::u16string longest(254, u'k');
     SetText(kRoot, Under(longest), u"v", u"text");

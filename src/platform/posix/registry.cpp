@@ -228,13 +228,25 @@ NativeError QueryValue(KeyHandle hive, std::uint32_t, const char16_t* path, cons
             return error;
         }
         return place.store->Read([&](Connection& connection) -> NativeError {
+            const auto store = [&](const Run& run) {
+                const auto native = static_cast<std::uint32_t>(run.Integer(0));
+                if (type != nullptr) *type = native;
+                return StoreData(run.Data(1), native, data, length);
+            };
+            // Without a row the key that is remembered is gone; there may be another of its name.
+            if (std::int64_t id = kNoKey; connection.Recall(place.path, &id)) {
+                Run run = connection.Start(Query::readValueOfKey);
+                if (run.Bind(id).Bind(folded).Step()) {
+                    return run.Integer(2) != 0 ? store(run) : kFileNotFound;
+                }
+                if (run.Error() != kSuccess) return run.Error();
+            }
             Run run = connection.Start(Query::readValue);
             if (!run.Bind(place.path).Bind(folded).Step()) {
                 return run.Error() == kSuccess ? kFileNotFound : run.Error();
             }
-            const auto native = static_cast<std::uint32_t>(run.Integer(0));
-            if (type != nullptr) *type = native;
-            return StoreData(run.Data(1), native, data, length);
+            connection.Remember(place.path, run.Integer(2));
+            return store(run);
         });
     });
 }

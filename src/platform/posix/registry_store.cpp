@@ -30,8 +30,10 @@ constexpr const char* kQueries[] = {
     "SELECT name, path FROM keys WHERE parent = ?1 AND path > ?2 ORDER BY path LIMIT 1",
     "INSERT INTO keys (parent, name, path) VALUES (?1, ?2, ?3)",
     "DELETE FROM keys WHERE id = ?1",
-    "SELECT v.type, v.data FROM keys k CROSS JOIN vals v"
+    "SELECT v.type, v.data, k.id FROM keys k CROSS JOIN vals v"
     " WHERE k.path = ?1 AND v.key = k.id AND v.folded = ?2",
+    "SELECT type, data, 1 FROM vals WHERE key = ?1 AND folded = ?2"
+    " UNION ALL SELECT 0, x'', 0 FROM keys WHERE id = ?1 LIMIT 1",
     "SELECT name, folded, type, data FROM vals WHERE key = ?1 ORDER BY folded LIMIT 1 OFFSET ?2",
     "SELECT name, folded, type, data FROM vals WHERE key = ?1 AND folded > ?2"
     " ORDER BY folded LIMIT 1",
@@ -54,6 +56,10 @@ constexpr const char* kMachineHives =
     " (0, 'MACHINE', 'MACHINE');";
 constexpr const char* kUserHive =
     "INSERT INTO keys (parent, name, path) VALUES (0, 'USER', 'USER');";
+
+// At most 32 MiB of a store are kept in memory, which takes what is read often of a million values;
+// a mapping of the file would spare them, but be made anew after every write.
+constexpr const char* kCache = "PRAGMA cache_size = -32768";
 
 // Waits for another process's turn to end, in short naps, for half a minute in all.
 int WaitForTurn(void*, int tries) {
@@ -199,6 +205,7 @@ NativeError Connection::OpenForReading(const std::string& path) {
     bool isNew = false;
     if (error == kSuccess) error = Identify(&isNew);
     if (error == kSuccess && isNew) error = kFileNotFound;
+    if (error == kSuccess) error = Execute(kCache);
     if (error != kSuccess) CloseQuickly();
     return error;
 }
@@ -213,6 +220,7 @@ NativeError Connection::OpenForWriting(const std::string& path, bool isPrivate) 
     if (error == kSuccess) error = Identify(&isNew);
     if (error == kSuccess && isNew) error = Initialise(isPrivate);
     if (error == kSuccess) error = Execute("PRAGMA synchronous = NORMAL");
+    if (error == kSuccess) error = Execute(kCache);
     if (error != kSuccess) CloseQuickly();
     return error;
 }
@@ -284,6 +292,7 @@ void Connection::Close() {
     }
     sqlite3_close(m_database);
     m_database = nullptr;
+    m_ids = nullptr;
 }
 
 void Connection::CloseQuickly() {
@@ -301,6 +310,22 @@ Run Connection::Start(Query query) {
                            nullptr);
     }
     return Run(m_database, statement);
+}
+
+// Bounded, at about two megabytes, by beginning anew.
+void Connection::Remember(const std::string& path, std::int64_t id) {
+    constexpr std::size_t kMost = 16'384;
+    if (m_ids == nullptr) m_ids = std::make_unique<KeyIds>();
+    if (m_ids->size() >= kMost) m_ids->clear();
+    m_ids->insert_or_assign(path, id);
+}
+
+bool Connection::Recall(const std::string& path, std::int64_t* id) const {
+    if (m_ids == nullptr) return false;
+    const auto found = m_ids->find(path);
+    if (found == m_ids->end()) return false;
+    *id = found->second;
+    return true;
 }
 
 std::string Store::Path() const {
@@ -352,7 +377,11 @@ NativeError Store::OpenWriter(IfMissing ifMissing) {
     if (ifMissing == IfMissing::fail) {
         if (const NativeError error = CheckExists(path); error != kSuccess) return error;
     }
-    return m_writer.connection.OpenForWriting(path, m_isPrivate);
+    const NativeError error = m_writer.connection.OpenForWriting(path, m_isPrivate);
+    if (error != kSuccess) return error;
+    const std::lock_guard lock(m_reader.mutex);
+    m_reader.connection.Close();
+    return kSuccess;
 }
 
 void Store::CloseIdle() {
@@ -363,15 +392,15 @@ void Store::CloseIdle() {
 }
 
 void Store::PrepareFork() {
-    for (Channel* const channel : {&m_reader, &m_writer}) {
-        channel->mutex.lock();
-        channel->connection.CloseQuickly();
-    }
+    m_writer.mutex.lock();
+    m_reader.mutex.lock();
+    m_writer.connection.CloseQuickly();
+    m_reader.connection.CloseQuickly();
 }
 
 void Store::FinishFork() {
-    m_writer.mutex.unlock();
     m_reader.mutex.unlock();
+    m_writer.mutex.unlock();
 }
 
 namespace {

@@ -15,9 +15,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "platform/error.h"
 
@@ -34,6 +36,7 @@ enum class Query : std::size_t {
     insertKey,
     deleteKey,
     readValue,
+    readValueOfKey,
     valueAt,
     valueBehind,
     writeValue,
@@ -99,12 +102,19 @@ class Connection final {
 
     Run Start(Query query);
 
+    // The ids of keys by their paths, as far as they are remembered. Such a key may be gone by now,
+    // but an id never comes to mean another.
+    void Remember(const std::string& path, std::int64_t id);
+    bool Recall(const std::string& path, std::int64_t* id) const;
+
     // Rows that the latest statement changed.
     int Changes() const { return sqlite3_changes(m_database); }
     // The id of the row that the latest insertion made.
     std::int64_t InsertedId() const { return sqlite3_last_insert_rowid(m_database); }
 
   private:
+    using KeyIds = std::unordered_map<std::string, std::int64_t>;
+
     NativeError Open(const std::string& path, int flags);
     NativeError Identify(bool* isNew);
     NativeError Initialise(bool isPrivate);
@@ -113,6 +123,7 @@ class Connection final {
 
     sqlite3* m_database = nullptr;
     std::array<sqlite3_stmt*, static_cast<std::size_t>(Query::count)> m_statements{};
+    std::unique_ptr<KeyIds> m_ids;
 };
 
 // What a writer does about a store that is not there yet.
@@ -120,7 +131,9 @@ enum class IfMissing { fail, make };
 
 // A store with a connection for reading and one for writing, so that a thread that waits for its
 // turn to write holds up nobody who reads. Each is opened by its first user and used under its own
-// mutex.
+// mutex, the writer's first where both are. Once the writer's is open, reads go over it while
+// nobody writes or waits to: what it has in memory outlasts its own writes, while any other
+// connection reads it anew behind each.
 class Store final {
   public:
     explicit constexpr Store(bool isPrivate) : m_isPrivate(isPrivate) {}
@@ -129,6 +142,10 @@ class Store final {
     // kFileNotFound where there is no store yet.
     template <typename Call>
     NativeError Read(Call&& call) {
+        {
+            const std::unique_lock lock(m_writer.mutex, std::try_to_lock);
+            if (lock.owns_lock() && m_writer.connection.IsOpen()) return call(m_writer.connection);
+        }
         const std::lock_guard lock(m_reader.mutex);
         const NativeError error = OpenReader();
         return error == kSuccess ? call(m_reader.connection) : error;

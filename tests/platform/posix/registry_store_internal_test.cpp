@@ -7,16 +7,21 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include "platform/posix/registry_store.h"
 #include "platform/registry.h"
+#include "support/posix/futex_wait.h"
 #include "support/results.h"
 #include "support/scratch_registry.h"
+#include "support/waiting_thread.h"
 
 using namespace kx::test;
 using kx::platform::CloseRegistry;
@@ -290,18 +295,21 @@ TEST_F(RegistryStore, AnEmptyVariableIsNone) {
 
 namespace {
 
+// How many descriptors of the store's files this process has, by a part of their names.
+int Descriptors(const std::string& name) {
+    using Iterator = std::filesystem::directory_iterator;
+    return static_cast<int>(std::count_if(
+        Iterator("/proc/self/fd"), Iterator(), [&](const std::filesystem::path& entry) {
+            std::error_code gone;
+            const std::string target = std::filesystem::read_symlink(entry, gone).string();
+            return target.find(name) != std::string::npos;
+        }));
+}
+
 // The exit status of a forked child: how many descriptors of the store it has inherited.
 int InheritedDescriptors() {
     const pid_t child = fork();
-    if (child == 0) {
-        int inherited = 0;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            const std::string target = std::filesystem::read_symlink(entry, gone).string();
-            inherited += target.find("user.db") != std::string::npos ? 1 : 0;
-        }
-        _exit(inherited);
-    }
+    if (child == 0) _exit(Descriptors("user.db"));
     int status = -1;
     waitpid(child, &status, 0);
     return status;
@@ -379,6 +387,64 @@ TEST_F(RegistryStore, ReadsGoOnWhileAnotherProcessHoldsTheTurnToWrite) {
     EXPECT_RESULT(KX_S_OK, Get());
     sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
     sqlite3_close(other);
+}
+
+// What one connection has in memory another one's write takes away.
+TEST_F(RegistryStore, IsReadTheWayItWasWritten) {
+    EXPECT_RESULT(KX_S_OK, Set());
+    CloseRegistry();
+    EXPECT_RESULT(KX_S_OK, Get());
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_RESULT(KX_S_OK, Set());
+        EXPECT_RESULT(KX_S_OK, Get());
+        EXPECT_EQ(1, Descriptors("user.db-wal"));
+    }
+}
+
+TEST_F(RegistryStore, ReadsGoOnWhileAThreadWritesAndAnotherWaitsForIt) {
+    EXPECT_RESULT(KX_S_OK, Set());
+    std::promise<void> begun;
+    std::promise<void> end;
+    std::thread writer([&] {
+        kx::platform::UserStore().Write(kx::platform::IfMissing::fail,
+                                        [&](kx::platform::Connection&) {
+                                            begun.set_value();
+                                            end.get_future().wait();
+                                            return kx::platform::kSuccess;
+                                        });
+    });
+    begun.get_future().wait();
+    EXPECT_RESULT(KX_S_OK, Get());
+    {
+        WaitingThread next([] { EXPECT_RESULT(KX_S_OK, Set()); });
+        while (next.Id() == 0 || !FutexWaitOf(next.Id())) std::this_thread::yield();
+        EXPECT_RESULT(KX_S_OK, Get());
+        end.set_value();
+    }
+    writer.join();
+}
+
+// However many there are, memory has a bound.
+TEST(RegistryConnection, RemembersTheLatestKeysAndNoneWrongly) {
+    constexpr std::int64_t kKeys = 50'000;
+    const auto path = [](std::int64_t key) { return "USER\\" + std::to_string(key); };
+    kx::platform::Connection connection;
+    std::int64_t id = -1;
+    EXPECT_FALSE(connection.Recall(path(0), &id));
+    for (std::int64_t key = 0; key < kKeys; ++key) connection.Remember(path(key), key);
+    int remembered = 0;
+    for (std::int64_t key = 0; key < kKeys; ++key) {
+        if (!connection.Recall(path(key), &id)) continue;
+        ++remembered;
+        EXPECT_EQ(key, id);
+    }
+    EXPECT_TRUE(connection.Recall(path(kKeys - 1), &id));
+    EXPECT_GE(16'384, remembered);
+    connection.Remember(path(kKeys - 1), 7);
+    EXPECT_TRUE(connection.Recall(path(kKeys - 1), &id));
+    EXPECT_EQ(7, id);
+    connection.Close();
+    EXPECT_FALSE(connection.Recall(path(kKeys - 1), &id));
 }
 
 TEST_F(RegistryStore, LeavesNoDescriptorBehind) {
