@@ -370,7 +370,10 @@ ExitCode Import(const Call& call) {
     call.Expect(1, 1);
     std::ifstream file(call.Word(0));
     if (!file) throw std::runtime_error("cannot read " + call.Word(0));
-    const Imported done = WriteSections(ReadIni(file, call.Word(0)), !call.IsQuiet());
+    const auto sections = ReadIni(file, call.Word(0));
+    // A directory opens as well, and shows by this only that it is none.
+    if (file.bad()) throw std::runtime_error("cannot read " + call.Word(0));
+    const Imported done = WriteSections(sections, !call.IsQuiet());
     Note(done.foreign, "section", "passed over: of another user, or under no root");
     if (!call.IsQuiet()) std::printf("%s imported\n", InWords(done.values, "value").c_str());
     return kDone;
