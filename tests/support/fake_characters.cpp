@@ -84,4 +84,8 @@ int CompareFolded(const char16_t* a, const char16_t* b, std::size_t count) noexc
     return Asked({.function = "CompareFoldedN", .text = a, .other = b, .count = count});
 }
 
+int CollateFolded(const char16_t* a, const char16_t* b) {
+    return Asked({.function = "CollateFolded", .text = a, .other = b});
+}
+
 }  // namespace kx::platform
