@@ -3,6 +3,8 @@
 #include <mutex>
 #include <vector>
 
+#include "platform/posix/immortal.h"
+
 namespace kx::platform {
 namespace {
 
@@ -11,10 +13,9 @@ struct Descriptors {
     std::vector<int> numbers;
 };
 
-// Never destroyed: objects may be closed until the process ends.
-Descriptors& TheDescriptors() {
-    static Descriptors& descriptors = *new Descriptors;
-    return descriptors;
+Descriptors& TheDescriptors() noexcept {
+    static Immortal<Descriptors> descriptors;
+    return descriptors.Get();
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/posix/immortal.h"
 #include "platform/posix/inheritance.h"
 #include "platform/posix/shared_object.h"
 
@@ -93,10 +94,9 @@ class Mappings final {
     std::unordered_map<void*, View> m_views;
 };
 
-// Never destroyed: objects of others may use theirs until the process ends.
-Mappings& TheMappings() {
-    static Mappings& mappings = *new Mappings;
-    return mappings;
+Mappings& TheMappings() noexcept {
+    static Immortal<Mappings> mappings;
+    return mappings.Get();
 }
 
 MappingHandle Open(const SharedRequest& request, bool writable, NativeError* error) {

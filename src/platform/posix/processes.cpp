@@ -20,6 +20,7 @@
 #include "platform/posix/command_line.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/error.h"
+#include "platform/posix/immortal.h"
 #include "platform/posix/inheritance.h"
 #include "platform/posix/paths.h"
 #include "platform/posix/spawn.h"
@@ -120,10 +121,9 @@ class Orphans final {
     std::vector<Descriptor> m_children;
 };
 
-// Never destroyed: children may be given up until the process ends.
-Orphans& TheOrphans() {
-    static Orphans& orphans = *new Orphans;
-    return orphans;
+Orphans& TheOrphans() noexcept {
+    static Immortal<Orphans> orphans;
+    return orphans.Get();
 }
 
 // --- Exit codes ----------------------------------------------------------------------------------

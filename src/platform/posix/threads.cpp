@@ -16,6 +16,7 @@
 #include <unordered_map>
 
 #include "platform/posix/error.h"
+#include "platform/posix/immortal.h"
 #include "platform/waitables.h"
 
 namespace kx::platform {
@@ -121,10 +122,9 @@ class Threads final {
     std::unordered_map<ThreadHandle, std::shared_ptr<Thread>> m_threads;
 };
 
-// Never destroyed: threads run on behind the destructors of static objects.
-Threads& TheThreads() {
-    static Threads& threads = *new Threads;
-    return threads;
+Threads& TheThreads() noexcept {
+    static Immortal<Threads> threads;
+    return threads.Get();
 }
 
 // The runtime's attributes of a thread with a stack of so many bytes.

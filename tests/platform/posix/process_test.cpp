@@ -39,6 +39,15 @@ namespace {
 
 const fs::path kChild = KXTEST_CHILD;
 
+// The limit on descriptors under which so many are to be had yet.
+rlim_t LimitWithFree(int free) {
+    const std::set<int> open = kx::test::OpenDescriptors();
+    for (int limit = 0;; ++limit) {
+        if (open.contains(limit)) continue;
+        if (free-- == 0) return static_cast<rlim_t>(limit);
+    }
+}
+
 // The value of a line "NAME:\tvalue" of a file of the kernel's.
 std::string ValueIn(const fs::path& file, const std::string& name) {
     std::ifstream lines(file);
@@ -237,11 +246,9 @@ TEST(PosixProcess, WithoutDescriptorsTheStartFailsAndLeavesNothing) {
         0, InChild([] {
             for (int free = 0; free < 9; ++free) {
                 const std::size_t before = kx::test::OpenDescriptors().size();
-                const int next = dup(0);
-                close(next);
                 rlimit limit{};
                 getrlimit(RLIMIT_NOFILE, &limit);
-                const rlimit low{static_cast<rlim_t>(next + free), limit.rlim_max};
+                const rlimit low{LimitWithFree(free), limit.rlim_max};
                 setrlimit(RLIMIT_NOFILE, &low);
                 KXProcessStdHandles ends{KX_INVALID_HANDLE, KX_INVALID_HANDLE, KX_INVALID_HANDLE};
                 KXProcessHandle process = 0;
