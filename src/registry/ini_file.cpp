@@ -73,21 +73,55 @@ std::u16string_view TrimSpaces(std::u16string_view text) {
     return text.substr(first, text.find_last_not_of(u' ') + 1 - first);
 }
 
+// What the image was made of before, piece by piece: most of a file that is read again is as it
+// was, and needs no memory but that.
+class Spare final {
+  public:
+    explicit Spare(IniFile::Sections&& sections) : m_sections(std::move(sections)) {}
+
+    // A value, or nothing if there is none left.
+    IniFile::Values::node_type Take() {
+        for (; !m_sections.empty(); m_sections.erase(m_sections.begin())) {
+            IniFile::Values& values = m_sections.begin()->second;
+            if (!values.empty()) return values.extract(values.begin());
+        }
+        return {};
+    }
+
+  private:
+    IniFile::Sections m_sections;
+};
+
+// Where the value of a name is, which has this text from now on.
+IniFile::Values::iterator Assign(IniFile::Values& values, IniFile::Values::iterator place,
+                                 std::u16string_view name, std::u16string_view text, Spare& spare) {
+    auto node = spare.Take();
+    if (node.empty()) {
+        IniFile::Values made;
+        made.emplace(name, text);
+        node = made.extract(made.begin());
+    } else {
+        node.key() = name;
+        node.mapped() = text;
+    }
+    const std::size_t before = values.size();
+    const auto value = values.insert(place, std::move(node));
+    if (values.size() == before) value->second = text;
+    return value;
+}
+
 // Of a name that comes twice the first spelling and the last text stay. The last character is taken
 // for the end of the line, also where it is none: such a line is the file's last or a piece of one.
 // What comes next in a file most often belongs behind what came last.
-bool ReadValues(Lines& lines, IniFile::Values* values) {
+bool ReadValues(Lines& lines, Spare& spare, IniFile::Values* values) {
     auto place = values->end();
     while (lines.Next() && !lines.EndsSection()) {
         std::u16string_view line = lines.Wide();
         if (!line.empty()) line.remove_suffix(1);
         const std::size_t divider = line.find(u'=');
         if (divider == std::u16string_view::npos) return false;
-        const std::u16string_view text = TrimSpaces(line.substr(divider + 1));
-        const std::size_t before = values->size();
-        const auto value = values->emplace_hint(place, TrimSpaces(line.substr(0, divider)), text);
-        if (values->size() == before) value->second = text;
-        place = std::next(value);
+        place = std::next(Assign(*values, place, TrimSpaces(line.substr(0, divider)),
+                                 TrimSpaces(line.substr(divider + 1)), spare));
     }
     return true;
 }
@@ -180,7 +214,7 @@ void IniFile::Lock::Release() {
 }
 
 int IniFile::Load() {
-    m_sections.clear();
+    Spare spare(std::exchange(m_sections, {}));
     const Stream file(platform::OpenTextToRead(Narrow(m_path).c_str()));
     if (file == nullptr) return 0;
     Lines lines(file.get());
@@ -189,7 +223,7 @@ int IniFile::Load() {
         if (!lines.IsHeader()) continue;
         std::optional<std::u16string> name = SectionNameIn(lines.Wide());
         Values values;
-        if (!name || !ReadValues(lines, &values)) break;
+        if (!name || !ReadValues(lines, spare, &values)) break;
         const auto section = m_sections.emplace_hint(place, std::move(*name), Values());
         section->second = std::move(values);
         place = std::next(section);

@@ -299,6 +299,17 @@ TEST_F(IniFileReading, CarriageReturnsAreTextWhereTheRuntimeKeepsThem) {
     EXPECT_EQ(u"[s]{k|a\rb}", Read("[s]\nk=a\rb\n")) << "one that ends no line";
 }
 
+TEST_F(IniFileReading, AnotherTimeTakesNothingOverFromBefore) {
+    const auto file = Open();
+    for (const char* const bytes :
+         {"[a]\nk=1\nl=some longer text\n\n[b]\n\n[c]\nm=3\n\n", "[a]\nK=2\nk=4\nk=5\n\n",
+          "[c]\nz=1\ny=2\nx=3\n\n[a]\na longer name=1\nb=\nc=1\n\n", "[d]\nk=1\nfault\n", ""}) {
+        const std::u16string image = Read(bytes);
+        EXPECT_EQ(0, file->Load());
+        EXPECT_EQ(image, ImageOf(*file)) << bytes;
+    }
+}
+
 // Bytes of every kind, and among them what means something.
 TEST_F(IniFileReading, OfAnyBytesAWriteKeepsWhatWasRead) {
     constexpr int kFiles = 100;
