@@ -149,6 +149,10 @@ bool PosixChildren() {
 
 // --- The table -----------------------------------------------------------------------------------
 
+constexpr std::size_t kPage = 4096;
+// To make a large parent takes longer than all that it is measured with.
+constexpr int kRepetitionsOfLarge = 5;
+
 // Memory that the parent has in small pages for the time of a scope: what a copy of the parent
 // costs goes by their number.
 class Ballast final {
@@ -158,7 +162,7 @@ class Ballast final {
         m_memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         Require(m_memory != MAP_FAILED, "a large parent");
         madvise(m_memory, size, MADV_NOHUGEPAGE);
-        for (std::size_t i = 0; i < size; i += 4096) static_cast<char*>(m_memory)[i] = 1;
+        for (std::size_t i = 0; i < size; i += kPage) static_cast<char*>(m_memory)[i] = 1;
     }
     ~Ballast() {
         if (m_size != 0) munmap(m_memory, m_size);
@@ -180,7 +184,9 @@ auto Measured(bool (*work)(), std::size_t ballast = 0) {
                 if (!work()) return Fail(state, "it was not done");
             }
         };
-        benchmark::RegisterBenchmark(name.c_str(), measure)->UseRealTime();
+        auto* const registered = benchmark::RegisterBenchmark(name.c_str(), measure);
+        registered->UseRealTime();
+        if (ballast != 0) registered->Repetitions(kRepetitionsOfLarge);
     };
 }
 
