@@ -1,8 +1,8 @@
 #include "platform/processes.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
+#include <string_view>
 
 #include "platform/locks.h"
 #include "platform/windows/native.h"
@@ -85,9 +85,8 @@ NativeError WaitForAnyProcess(std::span<const ProcessHandle> processes,
     static_assert(kMaxProcessesWaitedFor == MAXIMUM_WAIT_OBJECTS);
     // Which wait the system refuses is for it to say.
     HANDLE handles[kMaxProcessesWaitedFor];
-    std::transform(processes.begin(),
-                   processes.begin() + std::min(processes.size(), kMaxProcessesWaitedFor), handles,
-                   HandleOf);
+    const auto held = processes.first(std::min(processes.size(), kMaxProcessesWaitedFor));
+    std::transform(held.begin(), held.end(), handles, HandleOf);
     const DWORD ended =
         WaitForMultipleObjects(static_cast<DWORD>(processes.size()), handles, FALSE, INFINITE);
     if (ended == WAIT_FAILED) return GetLastError();
@@ -113,8 +112,9 @@ bool QueryImageName(std::uint32_t id, char (&name)[kMaxImageName]) noexcept {
     const DWORD length = GetProcessImageFileNameA(process, path, sizeof path);
     CloseHandle(process);
     if (length == 0) return false;
-    const char* const slash = std::strrchr(path, '\\');
-    std::strcpy(name, slash != nullptr ? slash + 1 : path);
+    std::string_view image = path;
+    image.remove_prefix(image.rfind('\\') + 1);
+    *std::copy(image.begin(), image.end(), name) = '\0';
     return true;
 }
 
