@@ -254,6 +254,7 @@ TEST(ThreadJoin, OfItselfBlocksForEver) {
         return 0u;
     });
     EXPECT_TRUE(kx::test::WaitUntilAsleep(thread.Id(), ended));
+    EXPECT_EQ(0, KXThreadIsFinished(thread.Id()));
 }
 
 TEST(ThreadJoin, OfTheThreadThatLoadedTheLibraryBlocksForEver) {
@@ -265,6 +266,7 @@ TEST(ThreadJoin, OfTheThreadThatLoadedTheLibraryBlocksForEver) {
         return 0u;
     });
     EXPECT_TRUE(kx::test::WaitUntilAsleep(thread.Id(), ended));
+    EXPECT_EQ(0, KXThreadIsFinished(thread.Id()));
 }
 
 TEST(ThreadDetach, OfARunningThreadLetsItRunOn) {

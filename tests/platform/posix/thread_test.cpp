@@ -77,11 +77,13 @@ TEST(PosixThread, AThreadThatTheSystemDoesNotGiveIsRefused) {
                   setrlimit(RLIMIT_NPROC, &before);
                   if (result != KX_E_FAIL) return 2;
                   if (handle != KX_INVALID_THREAD || id != 0) return 3;
-                  return ThreadsOfThisProcess() == 1 ? 0 : 4;
+                  return KXThreadJoin(Start([](void*) { return 0u; }), nullptr) == KX_S_OK ? 0 : 4;
               }));
 }
 
 TEST(PosixThread, ManyLeaveNoDescriptorAndNoThread) {
+    // The first thread may bring one along that a sanitizer needs.
+    EXPECT_RESULT(KX_S_OK, KXThreadJoin(Start([](void*) { return 0u; }), nullptr));
     const kx::test::NothingStaysOpen open;
     const std::size_t threads = ThreadsOfThisProcess();
     for (int i = 0; i < 500; ++i) {
