@@ -6,7 +6,8 @@
 
 #include "platform/locks.h"
 #include "platform/windows/native.h"
-// Behind the header that it needs.
+// Behind the header that it needs, and from the library where every system has its calls.
+#define PSAPI_VERSION 1
 #include <psapi.h>
 
 namespace kx::platform {
