@@ -1,4 +1,4 @@
-// Wide text, as the registry has it, and text in the process's locale, as people see it.
+// Wide text, as the library has it, and text in the process's locale, as people see it.
 #ifndef EXAMPLES_TEXT_H
 #define EXAMPLES_TEXT_H
 
