@@ -6,9 +6,17 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstdint>
 #include <utility>
 
 namespace kx::platform {
+
+// A handle of a file or a process is the descriptor; what can't be one gets the system's own
+// answer.
+inline int DescriptorOf(std::uintptr_t handle) {
+    return handle <= INT_MAX ? static_cast<int>(handle) : -1;
+}
 
 class Descriptor final {
   public:

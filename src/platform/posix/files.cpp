@@ -24,11 +24,6 @@ namespace {
 
 constexpr NativeError kInvalidName = 123;
 
-// A handle is the descriptor; what can't be one gets the system's own answer.
-int DescriptorOf(FileHandle file) {
-    return file <= INT_MAX ? static_cast<int>(file) : -1;
-}
-
 // The system has one number for a descriptor that is none and one without the access it takes.
 NativeError ErrorOf(int descriptor) {
     const int error = errno;

@@ -29,10 +29,6 @@
 namespace kx::platform {
 namespace {
 
-int DescriptorOf(std::uintptr_t handle) {
-    return handle <= INT_MAX ? static_cast<int>(handle) : -1;
-}
-
 // --- What a child is started with ----------------------------------------------------------------
 
 // Texts as programs get them: pointers to each, and a null one.
