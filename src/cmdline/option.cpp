@@ -1,13 +1,13 @@
 #include "cmdline/option.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "platform/environment.h"
-#include "platform/streams.h"
 
 using namespace kx;
 
@@ -302,7 +302,9 @@ class Call final {
     template <typename... Arguments>
     int Error(int option, const char* message, Arguments... arguments) const {
         if (KXGetOptionError != 0 && *m_letters != ':') {
-            platform::PrintErrorLine(message != nullptr ? message : "", arguments...);
+            std::fprintf(stderr, message != nullptr ? message : "", arguments...);
+            std::fputc('\n', stderr);
+            std::fflush(stderr);
         }
         KXGetOptionOption = option;
         return KX_OPTION_ERROR;

@@ -26,10 +26,6 @@ std::string AddressText(const void* address);
 std::FILE* OpenTextToRead(const char* path) noexcept;
 std::FILE* OpenTextToWrite(const char* path) noexcept;
 
-// Writes a text, as printf formats it, and a newline to the runtime's standard error, and flushes
-// it.
-void PrintErrorLine(const char* format, ...) noexcept;
-
 // When a file was last written, in seconds since 1970-01-01 00:00:00 UTC; false if that can't be
 // told. What an open stream keeps back is not written yet.
 bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept;

@@ -3,7 +3,6 @@
 #include <stdio.h>
 #include <sys/stat.h>
 
-#include <cstdarg>
 #include <sstream>
 
 #include "platform/posix/utf8.h"
@@ -33,15 +32,6 @@ std::FILE* OpenTextToRead(const char* path) noexcept {
 
 std::FILE* OpenTextToWrite(const char* path) noexcept {
     return std::fopen(path, "we");
-}
-
-void PrintErrorLine(const char* format, ...) noexcept {
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::vfprintf(stderr, format, arguments);
-    va_end(arguments);
-    std::fputc('\n', stderr);
-    std::fflush(stderr);
 }
 
 bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept {

@@ -3,7 +3,6 @@
 #include <stdio.h>
 #include <sys/stat.h>
 
-#include <cstdarg>
 #include <cstdint>
 #include <filesystem>
 
@@ -69,15 +68,6 @@ std::FILE* OpenTextToRead(const char* path) noexcept {
 
 std::FILE* OpenTextToWrite(const char* path) noexcept {
     return std::fopen(path, "wtN");
-}
-
-void PrintErrorLine(const char* format, ...) noexcept {
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::vfprintf(stderr, format, arguments);
-    va_end(arguments);
-    std::fputc('\n', stderr);
-    std::fflush(stderr);
 }
 
 bool QueryWriteTime(const char* path, std::int64_t* seconds) noexcept {
